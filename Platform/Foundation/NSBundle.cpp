@@ -1,0 +1,124 @@
+#include "Platform/Foundation/NSBundle.h"
+
+#include "Platform/Foundation/NSFileManager.h"
+#include "Platform/Foundation/NSLog.h"
+#include "Platform/Foundation/NSPathUtilities.h"
+#include "Platform/Foundation/PropertyList/NSPropertyListSerialization.h"
+
+#include <QCoreApplication>
+#include <QResource>
+
+#include <array>
+#include <climits>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace Marblewick {
+
+namespace {
+
+/*! More than any host's own list needs, and little enough to be read at launch. */
+constexpr qint64 maximumInfoPropertyListSize = 4 * 1024 * 1024;
+
+QString runningExecutablePath()
+{
+    std::array<char, PATH_MAX> buffer{};
+    const ssize_t length = ::readlink("/proc/self/exe", buffer.data(), buffer.size());
+    if (length <= 0)
+        return {};
+    QByteArray path(buffer.data(), length);
+    // The kernel's mark on a program file that an update replaced while it runs.
+    if (path.endsWith(" (deleted)"))
+        path.chop(10);
+    return NSFileManager::stringWithFileSystemRepresentation(path);
+}
+
+QString folderOf(const QString &path) { return path.left(path.lastIndexOf(u'/')); }
+
+QString lastPathComponent(const QString &path) { return path.mid(path.lastIndexOf(u'/') + 1); }
+
+} // namespace
+
+NSBundle *NSBundle::mainBundle()
+{
+    static NSBundle bundle(runningExecutablePath());
+    return &bundle;
+}
+
+NSBundle::NSBundle(const QString &executablePath)
+    : m_executablePath(executablePath)
+{ }
+
+QString NSBundle::executableName() const { return lastPathComponent(m_executablePath); }
+
+std::optional<QString> NSBundle::pathForResource(const QString &name, const QString &type) const
+{
+    const QString file = name + u'.' + type;
+    const QString resource = u":/"_s + file;
+    if (QResource(resource).isValid())
+        return resource;
+    const QString folder = folderOf(m_executablePath);
+    for (const QString &candidate :
+         {folder + u'/' + file, folderOf(folder) + u"/share/"_s + executableName() + u'/' + file}) {
+        if (NSFileManager::defaultManager()->isRegularFileAtPath(candidate))
+            return candidate;
+    }
+    return std::nullopt;
+}
+
+QVariantMap NSBundle::infoDictionary() const
+{
+    std::call_once(m_infoRead, [this] { m_info = readInfoPropertyList(); });
+    return m_info ? *m_info : infoDictionaryFromApplication();
+}
+
+std::optional<QVariantMap> NSBundle::readInfoPropertyList() const
+{
+    const std::optional<QString> path = pathForResource(u"Info"_s, u"plist"_s);
+    if (!path)
+        return std::nullopt;
+
+    NSError error;
+    std::optional<QByteArray> data;
+    if (path->startsWith(u':'))
+        data = QResource(*path).uncompressedData();
+    else
+        data = NSFileManager::defaultManager()->contentsAtPath(*path, maximumInfoPropertyListSize, &error);
+    std::optional<QVariantMap> properties;
+    if (data)
+        properties = NSPropertyListSerialization::dictionaryWithData(*data, &error);
+    if (!properties)
+        NSLog(u"Ignored the information property list %@: %@", {*path, error.localizedDescription()});
+    return properties;
+}
+
+QVariantMap NSBundle::infoDictionaryFromApplication() const
+{
+    QVariantMap properties;
+    const auto insertUnlessEmpty = [&](QLatin1StringView key, const QString &value) {
+        if (!value.isEmpty())
+            properties.insert(key, value);
+    };
+    insertUnlessEmpty(kCFBundleExecutableKey, executableName());
+    insertUnlessEmpty(kCFBundleNameKey, QCoreApplication::applicationName());
+    insertUnlessEmpty(kCFBundleShortVersionStringKey, QCoreApplication::applicationVersion());
+    return properties;
+}
+
+QVariant NSBundle::objectForInfoDictionaryKey(const QString &key) const
+{
+    const QString translation = QCoreApplication::translate("InfoPlist", key.toUtf8().constData());
+    if (translation != key)
+        return translation;
+    return infoDictionary().value(key);
+}
+
+QString NSBundle::localizedStringForKey(const QString &key, const QString &value, const QString &table) const
+{
+    const QString translation = QCoreApplication::translate(table.toUtf8().constData(),
+                                                            key.toUtf8().constData());
+    return translation == key && !value.isEmpty() ? value : translation;
+}
+
+} // namespace Marblewick

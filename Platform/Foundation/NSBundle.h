@@ -1,0 +1,74 @@
+#pragma once
+
+#include <Marblewick/MarblewickCoreExport.h>
+
+#include <QString>
+#include <QVariantMap>
+
+#include <mutex>
+#include <optional>
+
+namespace Marblewick {
+
+inline constexpr QLatin1StringView kCFBundleNameKey("CFBundleName");
+inline constexpr QLatin1StringView kCFBundleExecutableKey("CFBundleExecutable");
+inline constexpr QLatin1StringView kCFBundleIdentifierKey("CFBundleIdentifier");
+inline constexpr QLatin1StringView kCFBundleShortVersionStringKey("CFBundleShortVersionString");
+
+/*! The host application as a bundle: its information properties, its resources and its texts.
+
+    Resources are looked for as a Qt resource `:/name.type`, then beside the executable, then in
+    `../share/<executable>/` as seen from the executable's folder.
+
+    The information properties are those of the resource `Info.plist` (XML or binary). Without one:
+    `CFBundleExecutable` is the executable's file name, and `CFBundleName` and `CFBundleShortVersionString`
+   are QCoreApplication's applicationName and applicationVersion where the host has set them. A file that is
+    not a property list is named in the process log, once, and counts as none.
+
+    Texts are those of the translators that the host has installed with QCoreApplication::installTranslator().
+    The translation context is the name of the strings table: "Localizable" for the framework's messages,
+    the window's name ("CrashReport") for the texts of a window, "InfoPlist" for information properties,
+    with the property's key as source text. Where no translator knows a text it stays English.
+
+    Any thread.
+*/
+class MARBLEWICK_CORE_EXPORT NSBundle
+{
+public:
+    /*! The bundle of the running program. */
+    static NSBundle *mainBundle();
+
+    /*! The bundle of the program at this absolute path. */
+    explicit NSBundle(const QString &executablePath);
+    NSBundle(const NSBundle &) = delete;
+    NSBundle &operator=(const NSBundle &) = delete;
+
+    /*! The path of the program file; empty where the system does not tell. */
+    QString executablePath() const { return m_executablePath; }
+    /*! Its file name. */
+    QString executableName() const;
+
+    /*! The path of a resource, which begins with ":/" for a Qt resource; nil where there is none. */
+    std::optional<QString> pathForResource(const QString &name, const QString &type) const;
+
+    /*! The information properties, not localised. The file is read once, at the first call. */
+    QVariantMap infoDictionary() const;
+
+    /*! One information property, translated where a translator knows its key; an invalid variant for nil. */
+    QVariant objectForInfoDictionaryKey(const QString &key) const;
+
+    /*! The translation of `key` in a strings table. Where there is none: `value`, or `key` if that is empty.
+     */
+    QString localizedStringForKey(const QString &key, const QString &value = {},
+                                  const QString &table = QStringLiteral("Localizable")) const;
+
+private:
+    std::optional<QVariantMap> readInfoPropertyList() const;
+    QVariantMap infoDictionaryFromApplication() const;
+
+    const QString m_executablePath;
+    mutable std::once_flag m_infoRead;
+    mutable std::optional<QVariantMap> m_info;
+};
+
+} // namespace Marblewick

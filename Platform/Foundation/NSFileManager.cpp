@@ -1,0 +1,228 @@
+#include "Platform/Foundation/NSFileManager.h"
+
+#include <QScopeGuard>
+#include <QStringConverter>
+
+#include <cerrno>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Marblewick {
+
+namespace {
+
+constexpr char16_t firstByteSurrogate = 0xdc80;
+constexpr char16_t lastByteSurrogate = 0xdcff;
+
+bool isByteSurrogate(QChar c)
+{
+    return c.unicode() >= firstByteSurrogate && c.unicode() <= lastByteSurrogate;
+}
+
+void set(NSError *error, int code, const QString &path)
+{
+    if (error)
+        *error = NSError::posixError(code, path);
+}
+
+NSFileType fileType(mode_t mode)
+{
+    if (S_ISREG(mode))
+        return NSFileType::Regular;
+    if (S_ISDIR(mode))
+        return NSFileType::Directory;
+    return S_ISLNK(mode) ? NSFileType::SymbolicLink : NSFileType::Other;
+}
+
+NSDate date(const timespec &time)
+{
+    return {static_cast<double>(time.tv_sec) - NSTimeIntervalSince1970
+            + static_cast<double>(time.tv_nsec) * 1e-9};
+}
+
+/*! Length of the valid UTF-8 sequence that `bytes` begins with, or 0. */
+qsizetype validSequenceLength(QByteArrayView bytes)
+{
+    for (qsizetype length = 1; length <= qMin<qsizetype>(4, bytes.size()); ++length) {
+        if (bytes.first(length).isValidUtf8())
+            return length;
+    }
+    return 0;
+}
+
+} // namespace
+
+NSFileManager *NSFileManager::defaultManager()
+{
+    static NSFileManager manager;
+    return &manager;
+}
+
+QString NSFileManager::stringWithFileSystemRepresentation(QByteArrayView bytes)
+{
+    if (bytes.isValidUtf8())
+        return QString::fromUtf8(bytes);
+    QString path;
+    while (!bytes.isEmpty()) {
+        const qsizetype length = validSequenceLength(bytes);
+        if (length > 0)
+            path += QString::fromUtf8(bytes.first(length));
+        else
+            path += QChar(static_cast<char16_t>(0xdc00 + static_cast<uchar>(bytes.front())));
+        bytes = bytes.sliced(qMax<qsizetype>(1, length));
+    }
+    return path;
+}
+
+QByteArray NSFileManager::fileSystemRepresentationWithPath(const QString &path)
+{
+    QByteArray bytes;
+    qsizetype start = 0;
+    for (qsizetype i = 0; i < path.size(); ++i) {
+        // The low half of a proper pair lies in the same range; only an unpaired one stands for a byte.
+        const bool isUnpaired = i == 0 || !path[i - 1].isHighSurrogate();
+        if (!isByteSurrogate(path[i]) || !isUnpaired)
+            continue;
+        bytes += QStringView(path).sliced(start, i - start).toUtf8();
+        bytes += static_cast<char>(path[i].unicode() - 0xdc00);
+        start = i + 1;
+    }
+    return bytes += QStringView(path).sliced(start).toUtf8();
+}
+
+bool NSFileManager::enumerateContentsOfDirectoryAtPath(const QString &path,
+                                                       const std::function<void(QByteArrayView name)> &visit,
+                                                       NSError *error) const
+{
+    DIR *folder = ::opendir(fileSystemRepresentationWithPath(path).constData());
+    if (!folder) {
+        set(error, errno, path);
+        return false;
+    }
+    const auto closing = qScopeGuard([folder] { ::closedir(folder); });
+    for (;;) {
+        errno = 0;
+        const dirent *entry = ::readdir(folder);
+        if (!entry)
+            break;
+        const char *name = entry->d_name;
+        if (std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0)
+            visit(QByteArrayView(name));
+    }
+    if (errno != 0) {
+        set(error, errno, path);
+        return false;
+    }
+    return true;
+}
+
+std::optional<NSFileAttributes> NSFileManager::attributesOfItemAtPath(const QString &path,
+                                                                      NSError *error) const
+{
+    struct stat status
+    { };
+    if (::lstat(fileSystemRepresentationWithPath(path).constData(), &status) != 0) {
+        set(error, errno, path);
+        return std::nullopt;
+    }
+    return NSFileAttributes{fileType(status.st_mode), status.st_size, date(status.st_mtim)};
+}
+
+bool NSFileManager::isRegularFileAtPath(const QString &path) const
+{
+    struct stat status
+    { };
+    return ::stat(fileSystemRepresentationWithPath(path).constData(), &status) == 0
+           && S_ISREG(status.st_mode);
+}
+
+std::optional<QByteArray> NSFileManager::contentsAtPath(const QString &path, qint64 maximumSize,
+                                                        NSError *error) const
+{
+    const auto failure = [&](int code) {
+        set(error, code, path);
+        return std::nullopt;
+    };
+    const int file = ::open(fileSystemRepresentationWithPath(path).constData(),
+                            O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (file < 0)
+        return failure(errno);
+    const auto closing = qScopeGuard([file] { ::close(file); });
+    struct stat status
+    { };
+    if (::fstat(file, &status) != 0)
+        return failure(errno);
+    if (!S_ISREG(status.st_mode))
+        return failure(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+    if (status.st_size > maximumSize)
+        return failure(EFBIG);
+
+    // The size is a hint only: a log may still grow, and files of /proc say 0. One byte more than the hint
+    // tells the end from a file that grew.
+    QByteArray contents;
+    qsizetype filled = 0;
+    contents.resize(status.st_size + 1);
+    for (;;) {
+        const ssize_t count = ::read(file, contents.data() + filled,
+                                     static_cast<size_t>(contents.size() - filled));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return failure(errno);
+        filled += count;
+        if (filled > maximumSize)
+            return failure(EFBIG);
+        if (count == 0)
+            break;
+        if (filled == contents.size())
+            contents.resize(qMin<qint64>(contents.size() * 2 + 4096, maximumSize + 1));
+    }
+    contents.truncate(filled);
+    return contents;
+}
+
+bool NSFileManager::createFileAtPath(const QString &path, QByteArrayView contents, NSError *error) const
+{
+    const QByteArray name = fileSystemRepresentationWithPath(path);
+    const int file = ::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (file < 0) {
+        set(error, errno, path);
+        return false;
+    }
+    int failure = 0;
+    while (!contents.isEmpty() && failure == 0) {
+        const ssize_t count = ::write(file, contents.data(), static_cast<size_t>(contents.size()));
+        if (count >= 0)
+            contents = contents.sliced(count);
+        else if (errno != EINTR)
+            failure = errno;
+    }
+    if (::close(file) != 0 && failure == 0 && errno != EINTR)
+        failure = errno;
+    if (failure != 0) {
+        ::unlink(name.constData());
+        set(error, failure, path);
+    }
+    return failure == 0;
+}
+
+bool NSFileManager::createDirectoryAtPath(const QString &path, NSError *error) const
+{
+    const QByteArray name = fileSystemRepresentationWithPath(path);
+    for (qsizetype slash = name.indexOf('/', 1); slash > 0; slash = name.indexOf('/', slash + 1))
+        ::mkdir(name.left(slash).constData(), 0700); // What fails here fails once more below.
+    struct stat status
+    { };
+    if (::mkdir(name.constData(), 0700) == 0)
+        return true;
+    const int failure = errno;
+    if (failure == EEXIST && ::stat(name.constData(), &status) == 0 && S_ISDIR(status.st_mode))
+        return true;
+    set(error, failure, path);
+    return false;
+}
+
+} // namespace Marblewick

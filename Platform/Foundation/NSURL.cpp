@@ -1,0 +1,43 @@
+#include "Platform/Foundation/NSURL.h"
+
+namespace Marblewick::NSURL {
+
+namespace {
+
+bool isHexDigit(QChar c)
+{
+    return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
+}
+
+/*! Unreserved and reserved characters of RFC 3986, 2.2 and 2.3. */
+bool isURLCharacter(QChar c)
+{
+    return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9')
+           || QStringView(u"-._~:/?#[]@!$&'()*+,;=").contains(c);
+}
+
+bool holdsOnlyURLCharacters(QStringView text)
+{
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i] == u'%') {
+            if (i + 2 >= text.size() || !isHexDigit(text[i + 1]) || !isHexDigit(text[i + 2]))
+                return false;
+            i += 2;
+        } else if (!isURLCharacter(text[i])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+std::optional<QUrl> URLWithString(const QString &text)
+{
+    if (text.isEmpty() || !holdsOnlyURLCharacters(text))
+        return std::nullopt;
+    const QUrl url(text, QUrl::StrictMode);
+    return url.isValid() ? std::optional(url) : std::nullopt;
+}
+
+} // namespace Marblewick::NSURL

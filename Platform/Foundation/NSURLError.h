@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QtGlobal>
+
+namespace Marblewick {
+
+/*! Codes of NSURLErrorDomain. */
+enum NSURLError : qint64 {
+    NSURLErrorUnknown = -1,
+    NSURLErrorCancelled = -999, ///< the task was cancelled
+    NSURLErrorBadURL = -1000, ///< the URL is malformed
+    NSURLErrorTimedOut = -1001, ///< nothing was sent or received for the request's time-out
+    NSURLErrorUnsupportedURL = -1002, ///< no URL, or one that is neither http nor https
+    NSURLErrorCannotFindHost = -1003, ///< the host's name does not resolve
+    NSURLErrorCannotConnectToHost = -1004, ///< refused or unreachable
+    NSURLErrorNetworkConnectionLost = -1005, ///< closed without an answer, or before its end
+    NSURLErrorHTTPTooManyRedirects = -1007,
+    NSURLErrorBadServerResponse = -1011, ///< what came is not HTTP
+    NSURLErrorDataLengthExceedsMaximum = -1103, ///< the answer is larger than the configuration allows
+    NSURLErrorSecureConnectionFailed = -1200, ///< the TLS handshake failed
+    NSURLErrorServerCertificateUntrusted = -1202,
+};
+
+} // namespace Marblewick
