@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
@@ -30,25 +31,41 @@ RawServer::Connection::Connection(RawServer *server, int socket, int number)
     , m_number(number)
 { }
 
-bool RawServer::Connection::readMore()
+bool RawServer::Connection::readMore(qsizetype maximum)
 {
-    char buffer[65536];
-    const ssize_t size = ::recv(m_socket, buffer, sizeof buffer, 0);
-    if (size > 0)
-        m_received.append(buffer, size);
+    QByteArray piece(maximum, Qt::Uninitialized);
+    const ssize_t size = ::recv(m_socket, piece.data(), static_cast<size_t>(maximum), 0);
+    m_received.append(piece.constData(), std::max<ssize_t>(size, 0));
     return size > 0;
+}
+
+/*! False where the server is about to go. */
+bool RawServer::Connection::wait(std::chrono::milliseconds pause)
+{
+    std::unique_lock lock(m_server->m_mutex);
+    return !m_server->m_closing.wait_for(lock, pause, [this] { return m_server->m_isClosing; });
+}
+
+QByteArray RawServer::Connection::readRequest(const std::function<bool()> &readPiece)
+{
+    const QByteArray blankLine("\r\n\r\n");
+    while (!m_received.contains(blankLine) && readPiece()) { }
+    const qsizetype headSize = m_received.indexOf(blankLine) + blankLine.size();
+    const qsizetype size = headSize + announcedBodySize(m_received.left(headSize));
+    while (m_received.size() < size && readPiece()) { }
+    const std::lock_guard lock(m_server->m_mutex);
+    m_server->m_requests.append(m_received);
+    return m_received;
 }
 
 QByteArray RawServer::Connection::readRequest()
 {
-    const QByteArray blankLine("\r\n\r\n");
-    while (!m_received.contains(blankLine) && readMore()) { }
-    const qsizetype headSize = m_received.indexOf(blankLine) + blankLine.size();
-    const qsizetype size = headSize + announcedBodySize(m_received.left(headSize));
-    while (m_received.size() < size && readMore()) { }
-    const std::lock_guard lock(m_server->m_mutex);
-    m_server->m_requests.append(m_received);
-    return m_received;
+    return readRequest([this] { return readMore(); });
+}
+
+QByteArray RawServer::Connection::readRequestSlowly(qsizetype piece, std::chrono::milliseconds pause)
+{
+    return readRequest([=, this] { return wait(pause) && readMore(piece); });
 }
 
 void RawServer::Connection::send(const QByteArray &bytes)
@@ -65,10 +82,8 @@ void RawServer::Connection::send(const QByteArray &bytes)
 void RawServer::Connection::trickle(const QByteArray &bytes, std::chrono::milliseconds pause)
 {
     for (char byte : bytes) {
-        std::unique_lock lock(m_server->m_mutex);
-        if (m_server->m_closing.wait_for(lock, pause, [this] { return m_server->m_isClosing; }))
+        if (!wait(pause))
             return;
-        lock.unlock();
         send(QByteArray(1, byte));
     }
 }
