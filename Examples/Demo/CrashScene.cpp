@@ -39,22 +39,27 @@ QByteArray madeUpCrashLog()
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+/*! Prints a text, shortened in the middle where it is long. */
+void printText(const QString &text)
+{
+    constexpr qsizetype shownLines = 24;
+    constexpr qsizetype shownColumns = 100;
+    const QStringList lines = QString(text).remove(u'\r').split(u'\n');
+    for (const QString &line : lines.first(qMin(shownLines, lines.size())))
+        say(u"  |   "_s + (line.size() > shownColumns ? line.first(shownColumns) + u'…' : line));
+    if (lines.size() > shownLines)
+        say(u"  |   … and %1 more lines"_s.arg(lines.size() - shownLines));
+}
+
 void print(const ReportServer::Request &request)
 {
     say(u"  | "_s + QString::fromUtf8(request.line));
     for (const QByteArray &field : request.headerFields)
         say(u"  | "_s + QString::fromUtf8(field));
-    say(u"  |"_s);
-    const QStringList lines = QString::fromUtf8(request.body).remove(u'\r').split(u'\n');
-    constexpr qsizetype shownLines = 28;
-    constexpr qsizetype shownColumns = 110;
-    for (const QString &line : lines.first(qMin(shownLines, lines.size())))
-        say(u"  | "_s + (line.size() > shownColumns ? line.first(shownColumns) + u'…' : line));
-    if (lines.size() > shownLines) {
-        say(u"  | … %1 more lines …"_s.arg(lines.size() - shownLines - 2));
-        say(u"  | "_s + lines[lines.size() - 2]);
+    for (const auto &[name, contents] : request.formFields) {
+        say(u"  |\n  | form field \"%1\", %2 bytes:"_s.arg(QString::fromUtf8(name)).arg(contents.size()));
+        printText(QString::fromUtf8(contents));
     }
-    say(u"  (%1 bytes)"_s.arg(request.body.size()));
 }
 
 } // namespace

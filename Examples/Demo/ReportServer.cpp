@@ -27,10 +27,17 @@ ReportServer::ReportServer()
             if (!name.starts_with("REMOTE_") && !name.starts_with("LOCAL_")) // the server's own additions
                 request.headerFields.push_back(QByteArray::fromStdString(name + ": " + value));
         }
-        readContent([&](const char *data, size_t length) {
-            request.body.append(data, static_cast<qsizetype>(length));
-            return true;
-        });
+        if (!received.is_multipart_form_data()) // Not from a crash reporter.
+            return;
+        readContent(
+            [&](const httplib::MultipartFormData &field) {
+                request.formFields.emplace_back(QByteArray::fromStdString(field.name), QByteArray());
+                return true;
+            },
+            [&](const char *data, size_t length) {
+                request.formFields.back().second.append(data, static_cast<qsizetype>(length));
+                return true;
+            });
         const std::lock_guard lock(d->mutex);
         d->requests.push_back(request);
     });

@@ -4,7 +4,7 @@
 #include <QString>
 
 #include <memory>
-#include <optional>
+#include <utility>
 #include <vector>
 
 /*! A crash report endpoint on loopback that keeps what it receives. */
@@ -15,7 +15,8 @@ public:
     {
         QByteArray line;
         std::vector<QByteArray> headerFields;
-        QByteArray body;
+        /*! Name and contents of each field of the form. */
+        std::vector<std::pair<QByteArray, QByteArray>> formFields;
     };
 
     ReportServer();
