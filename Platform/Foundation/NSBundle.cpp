@@ -6,6 +6,7 @@
 #include "Platform/Foundation/PropertyList/NSPropertyListSerialization.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QResource>
 
 #include <array>
@@ -27,11 +28,12 @@ QString runningExecutablePath()
     const ssize_t length = ::readlink("/proc/self/exe", buffer.data(), buffer.size());
     if (length <= 0)
         return {};
-    QByteArray path(buffer.data(), length);
+    constexpr QLatin1StringView deletedMark(" (deleted)");
+    QString path = NSFileManager::stringWithFileSystemRepresentation({buffer.data(), length});
     // The kernel's mark on a program file that an update replaced while it runs.
-    if (path.endsWith(" (deleted)"))
-        path.chop(10);
-    return NSFileManager::stringWithFileSystemRepresentation(path);
+    if (path.endsWith(deletedMark) && !NSFileManager::defaultManager()->isRegularFileAtPath(path))
+        path.chop(deletedMark.size());
+    return path;
 }
 
 QString folderOf(const QString &path) { return path.left(path.lastIndexOf(u'/')); }
@@ -42,8 +44,9 @@ QString lastPathComponent(const QString &path) { return path.mid(path.lastIndexO
 
 NSBundle *NSBundle::mainBundle()
 {
-    static NSBundle bundle(runningExecutablePath());
-    return &bundle;
+    // Never destroyed: the log names the executable to the very end.
+    static NSBundle *const bundle = new NSBundle(runningExecutablePath());
+    return bundle;
 }
 
 NSBundle::NSBundle(const QString &executablePath)
@@ -56,8 +59,10 @@ std::optional<QString> NSBundle::pathForResource(const QString &name, const QStr
 {
     const QString file = name + u'.' + type;
     const QString resource = u":/"_s + file;
-    if (QResource(resource).isValid())
+    if (QFileInfo(resource).isFile())
         return resource;
+    if (m_executablePath.isEmpty())
+        return std::nullopt;
     const QString folder = folderOf(m_executablePath);
     for (const QString &candidate :
          {folder + u'/' + file, folderOf(folder) + u"/share/"_s + executableName() + u'/' + file}) {

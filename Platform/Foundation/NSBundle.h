@@ -22,8 +22,9 @@ inline constexpr QLatin1StringView kCFBundleShortVersionStringKey("CFBundleShort
 
     The information properties are those of the resource `Info.plist` (XML or binary). Without one:
     `CFBundleExecutable` is the executable's file name, and `CFBundleName` and `CFBundleShortVersionString`
-   are QCoreApplication's applicationName and applicationVersion where the host has set them. A file that is
-    not a property list is named in the process log, once, and counts as none.
+    are QCoreApplication's applicationName, which is the name the program was started by until the host sets
+    one, and applicationVersion, each where it is not empty. A file that is not a property list is named in
+    the process log, once, and counts as none.
 
     Texts are those of the translators that the host has installed with QCoreApplication::installTranslator().
     The translation context is the name of the strings table: "Localizable" for the framework's messages,

@@ -37,10 +37,24 @@ NSFileType fileType(mode_t mode)
     return S_ISLNK(mode) ? NSFileType::SymbolicLink : NSFileType::Other;
 }
 
+bool isDirectory(const QByteArray &name)
+{
+    struct stat status = {};
+    return ::stat(name.constData(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 NSDate date(const timespec &time)
 {
     return {static_cast<double>(time.tv_sec) - NSTimeIntervalSince1970
             + static_cast<double>(time.tv_nsec) * 1e-9};
+}
+
+/*! Text from valid UTF-8. Not QString::fromUtf8(), which drops a byte order mark: in a name it is a character
+    like any other.
+*/
+QString decoded(QByteArrayView utf8)
+{
+    return QStringDecoder(QStringConverter::Utf8, QStringConverter::Flag::ConvertInitialBom)(utf8);
 }
 
 /*! Length of the valid UTF-8 sequence that `bytes` begins with, or 0. */
@@ -64,12 +78,12 @@ NSFileManager *NSFileManager::defaultManager()
 QString NSFileManager::stringWithFileSystemRepresentation(QByteArrayView bytes)
 {
     if (bytes.isValidUtf8())
-        return QString::fromUtf8(bytes);
+        return decoded(bytes);
     QString path;
     while (!bytes.isEmpty()) {
         const qsizetype length = validSequenceLength(bytes);
         if (length > 0)
-            path += QString::fromUtf8(bytes.first(length));
+            path += decoded(bytes.first(length));
         else
             path += QChar(static_cast<char16_t>(0xdc00 + static_cast<uchar>(bytes.front())));
         bytes = bytes.sliced(qMax<qsizetype>(1, length));
@@ -79,6 +93,8 @@ QString NSFileManager::stringWithFileSystemRepresentation(QByteArrayView bytes)
 
 QByteArray NSFileManager::fileSystemRepresentationWithPath(const QString &path)
 {
+    if (path.contains(QChar(0)))
+        return {}; // The system would take what is before it for the whole name.
     QByteArray bytes;
     qsizetype start = 0;
     for (qsizetype i = 0; i < path.size(); ++i) {
@@ -122,8 +138,7 @@ bool NSFileManager::enumerateContentsOfDirectoryAtPath(const QString &path,
 std::optional<NSFileAttributes> NSFileManager::attributesOfItemAtPath(const QString &path,
                                                                       NSError *error) const
 {
-    struct stat status
-    { };
+    struct stat status = {};
     if (::lstat(fileSystemRepresentationWithPath(path).constData(), &status) != 0) {
         set(error, errno, path);
         return std::nullopt;
@@ -133,8 +148,7 @@ std::optional<NSFileAttributes> NSFileManager::attributesOfItemAtPath(const QStr
 
 bool NSFileManager::isRegularFileAtPath(const QString &path) const
 {
-    struct stat status
-    { };
+    struct stat status = {};
     return ::stat(fileSystemRepresentationWithPath(path).constData(), &status) == 0
            && S_ISREG(status.st_mode);
 }
@@ -146,25 +160,31 @@ std::optional<QByteArray> NSFileManager::contentsAtPath(const QString &path, qin
         set(error, code, path);
         return std::nullopt;
     };
-    const int file = ::open(fileSystemRepresentationWithPath(path).constData(),
-                            O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (file < 0)
-        return failure(errno);
-    const auto closing = qScopeGuard([file] { ::close(file); });
-    struct stat status
-    { };
-    if (::fstat(file, &status) != 0)
+    const QByteArray name = fileSystemRepresentationWithPath(path);
+    struct stat status = {};
+    // Looked at before it is opened, because even opening is felt at the other end of a FIFO or a device,
+    // and afterwards, because by then it may be another item.
+    if (::stat(name.constData(), &status) != 0)
         return failure(errno);
     if (!S_ISREG(status.st_mode))
         return failure(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+    const int file = ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (file < 0)
+        return failure(errno);
+    const auto closing = qScopeGuard([file] { ::close(file); });
+    if (::fstat(file, &status) != 0)
+        return failure(errno);
+    if (!S_ISREG(status.st_mode))
+        return failure(EINVAL);
     if (status.st_size > maximumSize)
         return failure(EFBIG);
 
-    // The size is a hint only: a log may still grow, and files of /proc say 0. One byte more than the hint
-    // tells the end from a file that grew.
+    // The size is a hint only: a log may still grow, and files of /proc say 0, some of which give what they
+    // have to the first read alone. One byte more than the hint tells the end from a file that grew.
+    constexpr qint64 page = 4096;
     QByteArray contents;
     qsizetype filled = 0;
-    contents.resize(status.st_size + 1);
+    contents.resize(qMax(status.st_size + 1, page));
     for (;;) {
         const ssize_t count = ::read(file, contents.data() + filled,
                                      static_cast<size_t>(contents.size() - filled));
@@ -178,7 +198,7 @@ std::optional<QByteArray> NSFileManager::contentsAtPath(const QString &path, qin
         if (count == 0)
             break;
         if (filled == contents.size())
-            contents.resize(qMin<qint64>(contents.size() * 2 + 4096, maximumSize + 1));
+            contents.resize(contents.size() * 2);
     }
     contents.truncate(filled);
     return contents;
@@ -192,6 +212,7 @@ bool NSFileManager::createFileAtPath(const QString &path, QByteArrayView content
         set(error, errno, path);
         return false;
     }
+    ::fchmod(file, 0600); // The umask may have taken even the user's own rights.
     int failure = 0;
     while (!contents.isEmpty() && failure == 0) {
         const ssize_t count = ::write(file, contents.data(), static_cast<size_t>(contents.size()));
@@ -212,15 +233,15 @@ bool NSFileManager::createFileAtPath(const QString &path, QByteArrayView content
 bool NSFileManager::createDirectoryAtPath(const QString &path, NSError *error) const
 {
     const QByteArray name = fileSystemRepresentationWithPath(path);
+    if (isDirectory(name))
+        return true;
     for (qsizetype slash = name.indexOf('/', 1); slash > 0; slash = name.indexOf('/', slash + 1))
         ::mkdir(name.left(slash).constData(), 0700); // What fails here fails once more below.
-    struct stat status
-    { };
     if (::mkdir(name.constData(), 0700) == 0)
         return true;
     const int failure = errno;
-    if (failure == EEXIST && ::stat(name.constData(), &status) == 0 && S_ISDIR(status.st_mode))
-        return true;
+    if (isDirectory(name))
+        return true; // Another process was quicker, or a slash ends the path.
     set(error, failure, path);
     return false;
 }

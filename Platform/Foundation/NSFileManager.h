@@ -37,7 +37,7 @@ public:
 
     /*! The path string of a file name or path in bytes. */
     static QString stringWithFileSystemRepresentation(QByteArrayView bytes);
-    /*! The bytes that name the item at `path`. */
+    /*! The bytes that name the item at `path`; none, which name nothing, where it holds a NUL. */
     static QByteArray fileSystemRepresentationWithPath(const QString &path);
 
     /*! Calls `visit` with the bytes of each entry's bare name, in the order in which the system lists them,
@@ -51,7 +51,7 @@ public:
                                             NSError *error = nullptr) const;
 
     /*! The attributes of an item; those of a symbolic link itself, not of what it points to. Nil, with
-       `error` set, where they cannot be read.
+        `error` set, where they cannot be read.
     */
     std::optional<NSFileAttributes> attributesOfItemAtPath(const QString &path,
                                                            NSError *error = nullptr) const;
@@ -60,19 +60,19 @@ public:
     bool isRegularFileAtPath(const QString &path) const;
 
     /*! The bytes of a regular file. Nil, with `error` set, where it is missing, not a regular file,
-        unreadable or larger than `maximumSize` bytes. Opens without blocking, so a FIFO or a device is
-       refused instead of waited for.
+        unreadable or larger than `maximumSize` bytes. A FIFO, a socket or a device is not even opened.
     */
     std::optional<QByteArray> contentsAtPath(const QString &path, qint64 maximumSize,
                                              NSError *error = nullptr) const;
 
-    /*! Writes a new file that only the user may read and write (mode 0600). False, with `error` set, where
-        something has that name already or the bytes could not all be written; then no file is left behind.
+    /*! Writes a new file that only the user may read and write (mode 0600, whatever the umask). False, with
+       `error` set, where something has that name already or the bytes could not all be written; then no file
+       is left behind.
     */
     bool createFileAtPath(const QString &path, QByteArrayView contents, NSError *error = nullptr) const;
 
     /*! Makes a folder, and those above it that are missing, with mode 0700 as the XDG base directory rules
-       ask. True where it is there already; false, with `error` set, where it cannot be made.
+        ask. True where it is there already; false, with `error` set, where it cannot be made.
     */
     bool createDirectoryAtPath(const QString &path, NSError *error = nullptr) const;
 

@@ -15,8 +15,9 @@ namespace Marblewick {
 
     `format` holds one `%@` for each argument; an argument that is nil prints `(null)`. Line breaks, control
     characters and characters that reorder text are escaped (`\n`, `\u{1b}`), so that a message can neither
-    forge a second line nor drive a terminal. Each line is handed to the system in one call, so the lines
-    of several threads and processes do not mix. Any thread.
+    forge a second line nor drive a terminal. The lines of several threads do not mix, nor do those of several
+    processes up to the 4096 bytes that a pipe takes whole. A line that cannot be written, such as to a pipe
+    whose reader has gone, is dropped. Any thread.
 */
 MARBLEWICK_CORE_EXPORT void NSLog(QStringView format,
                                   std::initializer_list<std::optional<QString>> arguments = {});

@@ -90,11 +90,28 @@ QString escapingControlCharacters(QStringView string)
 
 namespace {
 
+/*! Bytes of a code unit. */
+qsizetype unitSize(QStringConverter::Encoding encoding)
+{
+    switch (encoding) {
+    case QStringConverter::Utf16LE:
+    case QStringConverter::Utf16BE:
+        return 2;
+    case QStringConverter::Utf32LE:
+    case QStringConverter::Utf32BE:
+        return 4;
+    default:
+        return 1;
+    }
+}
+
 std::optional<QString> decoded(const QByteArray &data, QStringConverter::Encoding encoding)
 {
-    QStringDecoder decoder(encoding);
+    // Stateless, or a sequence that breaks off at the end is no error: it waits for more.
+    QStringDecoder decoder(encoding, QStringConverter::Flag::Stateless);
     QString text = decoder.decode(data);
-    if (decoder.hasError())
+    // The decoder itself passes unpaired surrogates and half a code unit.
+    if (decoder.hasError() || !text.isValidUtf16() || data.size() % unitSize(encoding) != 0)
         return std::nullopt;
     return text;
 }

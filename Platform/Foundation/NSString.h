@@ -27,8 +27,8 @@ MARBLEWICK_CORE_EXPORT bool isBlank(QStringView string);
 MARBLEWICK_CORE_EXPORT QString escapingControlCharacters(QStringView string);
 
 /*! Text from bytes of unknown encoding: UTF-8, UTF-16 or UTF-32 where a byte order mark says so (the mark
-    is not part of the text), else UTF-8 where the bytes are valid UTF-8, else Latin-1, which takes every
-    byte. Never fails. `usedEncoding` receives the encoding that was used.
+    is not part of the text) and the bytes are valid in it, else UTF-8 where the bytes are valid UTF-8, else
+    Latin-1, which takes every byte. Never fails. `usedEncoding` receives the encoding that was used.
 */
 MARBLEWICK_CORE_EXPORT QString stringWithData(const QByteArray &data,
                                               QStringConverter::Encoding *usedEncoding = nullptr);

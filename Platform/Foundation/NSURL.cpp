@@ -1,5 +1,7 @@
 #include "Platform/Foundation/NSURL.h"
 
+#include <algorithm>
+
 namespace Marblewick::NSURL {
 
 namespace {
@@ -30,11 +32,25 @@ bool holdsOnlyURLCharacters(QStringView text)
     return true;
 }
 
+/*! Whether square brackets occur in the authority only, where they hold an IP address, and no more than one
+    "#" begins a fragment. QUrl lets both pass.
+*/
+bool hasDelimitersInPlace(QStringView text)
+{
+    const qsizetype slashes = text.indexOf(u"//");
+    const bool hasAuthority = slashes == 0 || (slashes > 0 && text.indexOf(u':') == slashes - 1);
+    const auto endsAuthority = [](QChar c) { return c == u'/' || c == u'?' || c == u'#'; };
+    const auto rest = hasAuthority ? std::find_if(text.begin() + slashes + 2, text.end(), endsAuthority)
+                                   : text.begin();
+    return std::none_of(rest, text.end(), [](QChar c) { return c == u'[' || c == u']'; })
+           && text.count(u'#') <= 1;
+}
+
 } // namespace
 
 std::optional<QUrl> URLWithString(const QString &text)
 {
-    if (text.isEmpty() || !holdsOnlyURLCharacters(text))
+    if (text.isEmpty() || !holdsOnlyURLCharacters(text) || !hasDelimitersInPlace(text))
         return std::nullopt;
     const QUrl url(text, QUrl::StrictMode);
     return url.isValid() ? std::optional(url) : std::nullopt;

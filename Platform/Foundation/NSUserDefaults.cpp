@@ -8,11 +8,13 @@
 #include <QDeadlineTimer>
 #include <QJsonDocument>
 #include <QMutexLocker>
-#include <QSaveFile>
 #include <QThread>
 
 #include <cerrno>
+#include <charconv>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <limits>
 #include <sys/file.h>
@@ -24,10 +26,10 @@ namespace Marblewick {
 
 namespace {
 
-/*! A file larger than this is taken for damaged. */
+/*! A file larger than this is taken for damaged, and none is written. */
 constexpr qint64 maximumFileSize = 16 * 1024 * 1024;
 
-/*! How long a write waits for another process that writes. */
+/*! How long a write waits for another one. */
 constexpr std::chrono::seconds lockTimeout(5);
 
 QString domainOfMainBundle()
@@ -64,10 +66,9 @@ public:
     {
         const QDeadlineTimer deadline(lockTimeout);
         while (m_file >= 0 && ::flock(m_file, LOCK_EX | LOCK_NB) != 0) {
-            if ((errno != EWOULDBLOCK && errno != EINTR) || deadline.hasExpired()) {
-                m_error = errno;
+            m_error = errno;
+            if ((m_error != EWOULDBLOCK && m_error != EINTR) || deadline.hasExpired())
                 return;
-            }
             QThread::usleep(500);
         }
         m_error = m_file < 0 ? errno : 0;
@@ -88,27 +89,84 @@ private:
     int m_error = 0;
 };
 
-/*! The number that a text begins with, 0 where it begins with none. */
-double leadingNumber(const QString &text)
+/*! The number that a text begins with, 0 where it begins with none or the type cannot hold it. */
+template <class Number>
+Number leadingNumber(const QString &text)
 {
-    const QString trimmed = text.trimmed();
-    qsizetype length = 0;
-    while (length < trimmed.size() && QStringView(u"+-.0123456789eE").contains(trimmed[length]))
-        ++length;
-    for (; length > 0; --length) {
-        bool isNumber = false;
-        const double number = QStringView(trimmed).first(length).toDouble(&isNumber);
-        if (isNumber)
-            return number;
-    }
-    return 0;
+    const QByteArray trimmed = text.trimmed().toLatin1();
+    Number number = 0;
+    std::from_chars(trimmed.begin() + (trimmed.startsWith('+') ? 1 : 0), trimmed.end(), number);
+    return number;
 }
 
 double number(const QJsonValue &value)
 {
     if (value.isBool())
         return value.toBool() ? 1 : 0;
-    return value.isString() ? leadingNumber(value.toString()) : value.toDouble();
+    if (!value.isString())
+        return value.toDouble();
+    const double number = leadingNumber<double>(value.toString());
+    return std::isfinite(number) ? number : 0; // "inf" and "nan" begin words.
+}
+
+/*! Whether a file that cannot be opened for this errno value stays so, unlike one for which the system just
+    lacks the means.
+*/
+bool isLasting(qint64 error)
+{
+    return error != EMFILE && error != ENFILE && error != ENOMEM && error != EIO && error != EINTR;
+}
+
+/*! The file that a symbolic link leads to; the path itself where it is none or leads nowhere. */
+QString resolvingSymbolicLinks(const QString &path)
+{
+    const std::unique_ptr<char, decltype(&std::free)> resolved(
+        ::realpath(NSFileManager::fileSystemRepresentationWithPath(path).constData(), nullptr), &std::free);
+    return resolved ? NSFileManager::stringWithFileSystemRepresentation(resolved.get()) : path;
+}
+
+/*! Whether the item was renamed, onto whatever has the other name. */
+bool rename(const QString &path, const QString &newPath, NSError *error)
+{
+    const bool isRenamed = std::rename(NSFileManager::fileSystemRepresentationWithPath(path).constData(),
+                                       NSFileManager::fileSystemRepresentationWithPath(newPath).constData())
+                           == 0;
+    if (!isRenamed)
+        *error = NSError::posixError(errno, path);
+    return isRenamed;
+}
+
+void removeFile(const QString &path)
+{
+    ::unlink(NSFileManager::fileSystemRepresentationWithPath(path).constData());
+}
+
+/*! Waits until the file's bytes are on the disk. */
+bool synchronize(const QString &path, NSError *error)
+{
+    const int file = ::open(NSFileManager::fileSystemRepresentationWithPath(path).constData(),
+                            O_RDONLY | O_CLOEXEC);
+    const bool isSynchronized = file >= 0 && ::fsync(file) == 0;
+    if (!isSynchronized)
+        *error = NSError::posixError(errno, path);
+    if (file >= 0)
+        ::close(file);
+    return isSynchronized;
+}
+
+/*! Replaces a file, or makes it, under the lock: even after a power failure it is the old or the new one.
+    Its temporary name is always the same, so that what a killed process left goes with the next write.
+*/
+bool replaceFile(const QString &path, const QByteArray &contents, NSError *error)
+{
+    const QString temporary = path + u".new"_s;
+    removeFile(temporary);
+    if (!NSFileManager::defaultManager()->createFileAtPath(temporary, contents, error))
+        return false;
+    if (synchronize(temporary, error) && rename(temporary, path, error))
+        return true;
+    removeFile(temporary);
+    return false;
 }
 
 bool isYes(const QString &text)
@@ -121,28 +179,29 @@ bool isYes(const QString &text)
 /*! What the file holds. */
 struct NSUserDefaults::Stored
 {
+    enum State { Readable, Damaged, OutOfReach };
+
     QJsonObject settings;
-    bool isDamaged = false;
+    State state = Readable;
 };
 
 NSUserDefaults *NSUserDefaults::standardUserDefaults()
 {
-    static NSUserDefaults defaults(standardFilePath);
-    return &defaults;
+    static NSUserDefaults *const defaults = new NSUserDefaults(standardFilePath); // Never destroyed.
+    return defaults;
 }
 
 NSUserDefaults::NSUserDefaults(std::function<QString()> filePath)
     : m_filePath(std::move(filePath))
 { }
 
-NSUserDefaults::Stored NSUserDefaults::read(const QString &path) const
+NSUserDefaults::Stored NSUserDefaults::read(const QString &path, NSError *error) const
 {
-    NSError error;
     const std::optional<QByteArray> data = NSFileManager::defaultManager()->contentsAtPath(
-        path, maximumFileSize, &error);
-    if (!data && (error.code() == ENOENT || error.code() == ENOTDIR))
+        path, maximumFileSize, error);
+    if (!data && (error->code() == ENOENT || error->code() == ENOTDIR))
         return {};
-    QString reason = error.localizedDescription();
+    QString reason = error->localizedDescription();
     if (data) {
         QJsonParseError parseError{};
         const QJsonDocument document = QJsonDocument::fromJson(*data, &parseError);
@@ -154,14 +213,17 @@ NSUserDefaults::Stored NSUserDefaults::read(const QString &path) const
     if (!m_damageWasLogged)
         NSLog(u"The settings in %@ cannot be read and count as absent: %@", {path, reason});
     m_damageWasLogged = true;
-    return {{}, true};
+    return {{}, data || isLasting(error->code()) ? Stored::Damaged : Stored::OutOfReach};
 }
 
 QJsonValue NSUserDefaults::valueForKey(const QString &key) const
 {
     const QMutexLocker locker(&m_mutex);
     const auto unwritten = m_unwritten.constFind(key);
-    return unwritten != m_unwritten.constEnd() ? *unwritten : read(m_filePath()).settings.value(key);
+    if (unwritten != m_unwritten.constEnd())
+        return *unwritten;
+    NSError error;
+    return read(m_filePath(), &error).settings.value(key);
 }
 
 void NSUserDefaults::setValue(const QJsonValue &value, const QString &key)
@@ -169,39 +231,35 @@ void NSUserDefaults::setValue(const QJsonValue &value, const QString &key)
     const QMutexLocker locker(&m_mutex);
     m_unwritten.insert(key, value);
     const QString path = m_filePath();
-    QString reason;
-    if (writeUnwritten(path, &reason))
+    NSError error;
+    if (writeUnwritten(path, &error))
         m_unwritten.clear();
     else
-        NSLog(u"The setting %@ could not be stored in %@: %@", {key, path, reason});
+        NSLog(u"The setting %@ could not be stored in %@: %@", {key, path, error.description()});
 }
 
-bool NSUserDefaults::writeUnwritten(const QString &path, QString *reason)
+bool NSUserDefaults::writeUnwritten(const QString &path, NSError *error)
 {
-    NSError error;
-    if (!NSFileManager::defaultManager()->createDirectoryAtPath(path.left(path.lastIndexOf(u'/')), &error)) {
-        *reason = error.localizedDescription();
+    if (!NSFileManager::defaultManager()->createDirectoryAtPath(path.left(path.lastIndexOf(u'/')), error))
         return false;
-    }
-    const FileLock lock(path + u".lock"_s);
+    const QString lockPath = path + u".lock"_s;
+    const FileLock lock(lockPath);
     if (lock.error() != 0) {
-        *reason = u"no lock: %1"_s.arg(NSError::posixError(lock.error()).localizedDescription());
+        *error = NSError::posixError(lock.error(), lockPath);
         return false;
     }
-    auto [settings, isDamaged] = read(path);
+    auto [settings, state] = read(path, error);
+    if (state == Stored::OutOfReach
+        || (state == Stored::Damaged && !rename(path, path + u".damaged"_s, error)))
+        return false;
     for (auto change = m_unwritten.cbegin(); change != m_unwritten.cend(); ++change)
         settings.insert(change.key(), *change);
-    if (isDamaged) {
-        const QByteArray name = NSFileManager::fileSystemRepresentationWithPath(path);
-        ::rename(name.constData(), (name + ".damaged").constData());
+    const QByteArray contents = QJsonDocument(settings).toJson();
+    if (contents.size() > maximumFileSize) {
+        *error = NSError::posixError(EFBIG, path);
+        return false;
     }
-    QSaveFile file(path);
-    const bool isWritten = file.open(QIODevice::WriteOnly)
-                           && file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner)
-                           && file.write(QJsonDocument(settings).toJson()) >= 0 && file.commit();
-    if (!isWritten)
-        *reason = file.errorString();
-    return isWritten;
+    return replaceFile(resolvingSymbolicLinks(path), contents, error);
 }
 
 bool NSUserDefaults::contains(const QString &key) const { return !valueForKey(key).isUndefined(); }
@@ -215,6 +273,8 @@ qint64 NSUserDefaults::integerForKey(const QString &key) const
         if (whole != std::numeric_limits<qint64>::min())
             return whole;
     }
+    if (value.isString())
+        return leadingNumber<qint64>(value.toString());
     const double real = std::trunc(number(value));
     constexpr double limit = 9223372036854775808.0; // 2^63
     return real >= -limit && real < limit ? static_cast<qint64>(real) : 0;
@@ -244,10 +304,14 @@ void NSUserDefaults::setInteger(qint64 value, const QString &key) { setValue(val
 
 void NSUserDefaults::setFloat(float value, const QString &key)
 {
-    // Every float is a double, and JSON's shortest form of a double reads back as that double.
-    setValue(std::isfinite(value) ? QJsonValue(static_cast<double>(value))
-                                  : QJsonValue(QJsonValue::Undefined),
-             key);
+    // Every float is a double, and JSON's shortest form of a double reads back as that double; but QJsonValue
+    // takes -0 for the integer 0.
+    if (value == 0 && std::signbit(value))
+        setString(u"-0"_s, key);
+    else if (std::isfinite(value))
+        setValue(static_cast<double>(value), key);
+    else
+        removeObjectForKey(key);
 }
 
 void NSUserDefaults::setBool(bool value, const QString &key) { setValue(value, key); }

@@ -1,0 +1,100 @@
+#include <Marblewick/NSPathUtilities.h>
+
+#include "Tests/Support/TemporaryHome.h"
+
+#include <gtest/gtest.h>
+
+#include <pwd.h>
+#include <unistd.h>
+
+using namespace Marblewick;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString folder(NSSearchPathDirectory directory, bool expandTilde = true)
+{
+    const QStringList folders = NSSearchPathForDirectoriesInDomains(
+        directory, NSSearchPathDomainMask::UserDomain, expandTilde);
+    EXPECT_EQ(folders.size(), 1);
+    return folders.value(0);
+}
+
+constexpr auto library = NSSearchPathDirectory::LibraryDirectory;
+constexpr auto applicationSupport = NSSearchPathDirectory::ApplicationSupportDirectory;
+constexpr auto preferences = NSSearchPathDirectory::PreferencesDirectory;
+
+} // namespace
+
+TEST(NSPathUtilities, FoldersAreThoseOfTheXDGVariables)
+{
+    const TemporaryHome home;
+    EXPECT_EQ(folder(library), home.stateFolder());
+    EXPECT_EQ(folder(applicationSupport), home.dataFolder());
+    EXPECT_EQ(folder(preferences), home.configFolder());
+}
+
+TEST(NSPathUtilities, FoldersLieInTheHomeFolderWithoutTheVariables)
+{
+    const TemporaryHome home;
+    for (const char *variable : {"XDG_STATE_HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME"})
+        qunsetenv(variable);
+    EXPECT_EQ(folder(library), home.path() + u"/.local/state"_s);
+    EXPECT_EQ(folder(applicationSupport), home.path() + u"/.local/share"_s);
+    EXPECT_EQ(folder(preferences), home.path() + u"/.config"_s);
+}
+
+TEST(NSPathUtilities, EmptyAndRelativeVariablesCountAsUnset)
+{
+    const TemporaryHome home;
+    for (const char *value : {"", "state", "./state", "~/state"}) {
+        qputenv("XDG_STATE_HOME", value);
+        EXPECT_EQ(folder(library), home.path() + u"/.local/state"_s) << value;
+    }
+}
+
+TEST(NSPathUtilities, TheTildeStaysUnlessItIsExpanded)
+{
+    const TemporaryHome home;
+    qunsetenv("XDG_STATE_HOME");
+    EXPECT_EQ(folder(library, false), u"~/.local/state"_s);
+}
+
+TEST(NSPathUtilities, FoldersHaveNoSlashAtTheEnd)
+{
+    const TemporaryHome home;
+    qputenv("XDG_STATE_HOME", "/var/state///");
+    EXPECT_EQ(folder(library), u"/var/state"_s);
+    qputenv("XDG_STATE_HOME", "//");
+    EXPECT_EQ(folder(library), u"/"_s);
+    qunsetenv("XDG_CONFIG_HOME");
+    qputenv("HOME", "/");
+    EXPECT_EQ(folder(preferences), u"/.config"_s);
+}
+
+TEST(NSPathUtilities, TheHomeFolderIsThatOfTheUserDatabaseWithoutTheVariable)
+{
+    const TemporaryHome home;
+    EXPECT_EQ(NSHomeDirectory(), home.path());
+    const passwd *user = ::getpwuid(::getuid());
+    ASSERT_NE(user, nullptr);
+    for (const char *value : {"", "relative"}) {
+        qputenv("HOME", value);
+        EXPECT_EQ(NSHomeDirectory(), QString::fromUtf8(user->pw_dir));
+    }
+}
+
+TEST(NSPathUtilities, TheTemporaryFolderIsThatOfTheVariableElseTmp)
+{
+    const TemporaryHome home;
+    EXPECT_EQ(NSTemporaryDirectory(), home.temporaryFolder());
+    qunsetenv("TMPDIR");
+    EXPECT_EQ(NSTemporaryDirectory(), u"/tmp"_s);
+}
+
+TEST(NSPathUtilities, APathAndAComponentAreJoinedByOneSlash)
+{
+    EXPECT_EQ(stringByAppendingPathComponent(u"/a"_s, u"b"_s), u"/a/b"_s);
+    EXPECT_EQ(stringByAppendingPathComponent(u"/a/"_s, u"b"_s), u"/a/b"_s);
+    EXPECT_EQ(stringByAppendingPathComponent(u"/"_s, u"b"_s), u"/b"_s);
+}

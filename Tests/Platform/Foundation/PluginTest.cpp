@@ -1,0 +1,76 @@
+#include "Tests/Platform/Foundation/RunFoundationHost.h"
+#include "Tests/Support/TemporaryHome.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QFileInfo>
+
+using namespace Qt::StringLiterals;
+using ::testing::HasSubstr;
+
+namespace {
+
+const auto plugin = u"marblewick/marblewick-plist.so"_s;
+
+/*! A host with an Info.plist and a copy of the Core library, in whose folder no plugins lie yet. */
+class PluginTest : public ::testing::Test
+{
+protected:
+    PluginTest()
+    {
+        const QString library = u"libMarblewickCore.so.0"_s;
+        EXPECT_TRUE(QFile::copy(m_libraries + library, m_folder + library));
+        m_environment.insert(u"LD_LIBRARY_PATH"_s, m_folder);
+        writeFile(m_folder + u"Info.plist"_s,
+                  "<plist version=\"1.0\"><dict><key>CFBundleName</key><string>Kite</string></dict></plist>");
+    }
+
+    HostResult bundleName() const
+    {
+        return runFoundationHost(m_host, {u"info"_s, u"CFBundleName"_s}, m_environment);
+    }
+
+    TemporaryHome m_home;
+    const QString m_folder = m_home.path() + u"/Programs and ü/"_s;
+    const QString m_host = copyOfFoundationHost(m_folder, u"Host"_s);
+    const QString m_libraries = QFileInfo(foundationHost()).path() + u"/../lib/"_s;
+    QProcessEnvironment m_environment = QProcessEnvironment::systemEnvironment();
+};
+
+} // namespace
+
+TEST_F(PluginTest, IsFoundInTheFolderBesideTheLibrary)
+{
+    writeFile(m_folder + plugin, readFile(m_libraries + plugin));
+    const HostResult result = bundleName();
+    EXPECT_EQ(result.output, u"Kite\n"_s);
+    EXPECT_EQ(result.log, QString());
+}
+
+TEST_F(PluginTest, ThatIsMissingIsNamedWithTheReason)
+{
+    const HostResult result = bundleName();
+    EXPECT_EQ(result.output, u"Host\n"_s);
+    EXPECT_THAT(result.log.toStdString(), HasSubstr((m_folder + plugin).toStdString()));
+    EXPECT_THAT(result.log.toStdString(), HasSubstr("No such file or directory"));
+    EXPECT_EQ(result.log.count(u'\n'), 1);
+}
+
+TEST_F(PluginTest, ThatIsNoLibraryIsNamedWithTheReason)
+{
+    writeFile(m_folder + plugin, "not a library");
+    const HostResult result = bundleName();
+    EXPECT_EQ(result.output, u"Host\n"_s);
+    EXPECT_THAT(result.log.toStdString(), HasSubstr("The plugin "));
+    EXPECT_THAT(result.log.toStdString(), HasSubstr("file too short"));
+}
+
+TEST_F(PluginTest, WithoutTheFunctionIsNamedWithTheReason)
+{
+    writeFile(m_folder + plugin, readFile(m_folder + u"libMarblewickCore.so.0"_s));
+    const HostResult result = bundleName();
+    EXPECT_EQ(result.output, u"Host\n"_s);
+    EXPECT_THAT(result.log.toStdString(), HasSubstr("undefined symbol: marblewickReadPropertyList"));
+}
