@@ -10,7 +10,7 @@ namespace Marblewick {
 
 namespace {
 
-constexpr qsizetype maximumRowLength = 2000;
+constexpr qsizetype maximumRowLength = 1000;
 constexpr qsizetype tabWidth = 8;
 
 bool isPrintableASCII(QChar c) { return c >= u' ' && c <= u'~'; }

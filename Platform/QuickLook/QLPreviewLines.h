@@ -7,7 +7,7 @@
 
 namespace Marblewick {
 
-/*! A text split into the rows that a preview shows: its lines, those of more than 2000 UTF-16 code units in
+/*! A text split into the rows that a preview shows: its lines, those of more than 1000 UTF-16 code units in
     several rows. Immutable, so any thread may read it.
 */
 class QLPreviewLines

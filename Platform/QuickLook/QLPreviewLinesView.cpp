@@ -15,6 +15,8 @@ namespace Marblewick {
 
 namespace {
 
+constexpr int rowsLaidOutAtOnce = 200000;
+
 /*! Gives every row the width of the widest one and the height of the font. */
 class RowDelegate : public QStyledItemDelegate
 {
@@ -55,6 +57,8 @@ QLPreviewLinesView::QLPreviewLinesView(const QString &copyText, const QString &s
     setItemDelegate(new RowDelegate(m_model, this));
     setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     setUniformItemSizes(true);
+    setLayoutMode(QListView::Batched);
+    setBatchSize(rowsLaidOutAtOnce);
     setTextElideMode(Qt::ElideNone);
     setSelectionMode(QAbstractItemView::ExtendedSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);

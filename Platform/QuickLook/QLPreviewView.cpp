@@ -102,7 +102,7 @@ void QLPreviewView::startLoading(const QString &path)
         // Only the main thread asks to stop, so there this view exists as long as nobody has.
         NSOperationQueue::mainQueue()->addOperationWithBlock([this, stop, lines = std::move(lines)] {
             if (!stop.stop_requested())
-                show(lines);
+                finishLoading(lines);
         });
     });
 }
@@ -113,7 +113,7 @@ void QLPreviewView::stopLoading()
     m_loadingLabel->hide();
 }
 
-void QLPreviewView::show(std::shared_ptr<const QLPreviewLines> lines)
+void QLPreviewView::finishLoading(std::shared_ptr<const QLPreviewLines> lines)
 {
     m_loadingLabel->hide();
     m_linesView->setLines(std::move(lines));

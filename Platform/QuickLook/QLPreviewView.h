@@ -17,7 +17,7 @@ class QLPreviewLinesView;
 
 /*! Shows the file of a preview item as lines of text that can be selected and copied: an `.ips` file as
     textOfCrashReport() lays it out, every other file, and an `.ips` file that is no crash report, as plain
-    text. Control characters are shown as escapes, lines of more than 2000 characters in several rows; what
+    text. Control characters are shown as escapes, lines of more than 1000 characters in several rows; what
     is copied is the original text.
 
     The file is read, parsed and split on a thread of the global pool, meanwhile the view says "Loading…". A
@@ -44,7 +44,7 @@ public:
 private:
     void startLoading(const QString &path);
     void stopLoading();
-    void show(std::shared_ptr<const QLPreviewLines> lines);
+    void finishLoading(std::shared_ptr<const QLPreviewLines> lines);
 
     std::shared_ptr<QLPreviewItem> m_item;
     std::stop_source m_loading; ///< of the load under way; every load has its own
