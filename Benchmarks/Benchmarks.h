@@ -1,0 +1,6 @@
+#pragma once
+
+/*! One function for each group of figures; each prints its rows. */
+void benchmarkCheck();
+void benchmarkLaunch();
+void benchmarkUpload();

@@ -1,0 +1,45 @@
+#include "Benchmarks/Benchmarks.h"
+#include "Benchmarks/Comparison.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <cstdlib>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/*! Launches a host, waits for its end and returns what it printed: its private memory in KiB. */
+double launch(const char *host)
+{
+    const QByteArray command = (QCoreApplication::applicationDirPath() + u'/').toUtf8() + host;
+    FILE *const output = ::popen(command.constData(), "re");
+    double privateMemory = 0;
+    if (!output || std::fscanf(output, "%lf", &privateMemory) != 1 || ::pclose(output) != 0)
+        std::abort();
+    return privateMemory;
+}
+
+} // namespace
+
+void benchmarkLaunch()
+{
+    const QTemporaryDir home;
+    qputenv("XDG_STATE_HOME", home.path().toUtf8());
+    qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QDir().mkpath(home.path() + u"/Logs/DiagnosticReports"_s);
+
+    const Comparison time{.ours = [] { return 1000 * secondsOf([] { launch("checking-host"); }); },
+                          .peer = [] { return 1000 * secondsOf([] { launch("empty-host"); }); },
+                          .repetitions = 30};
+    printDifference("launch with the check / the same host without the library", time.run(), "ms",
+                    "at most 2 ms");
+    const Comparison memory{.ours = [] { return launch("checking-host"); },
+                            .peer = [] { return launch("empty-host"); },
+                            .repetitions = 30};
+    printDifference("its private memory / without the library", memory.run(), "KiB", "at most 1024 KiB");
+}
