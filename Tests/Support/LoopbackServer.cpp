@@ -110,15 +110,19 @@ struct LoopbackServer::Private
     QList<Request> requests;
 };
 
+LoopbackServer::LoopbackServer()
+    : LoopbackServer([](const Request &) { return Answer(); })
+{ }
+
 LoopbackServer::LoopbackServer(Handler handler)
     : d(std::make_unique<Private>(std::make_unique<httplib::Server>(), u"http"_s, std::move(handler)))
 { }
 
 LoopbackServer::LoopbackServer(const SelfSignedCertificate &certificate, Handler handler)
     : d(std::make_unique<Private>(
-          std::make_unique<httplib::SSLServer>(qPrintable(certificate.certificatePath()),
-                                               qPrintable(certificate.keyPath())),
-          u"https"_s, std::move(handler)))
+        std::make_unique<httplib::SSLServer>(qPrintable(certificate.certificatePath()),
+                                             qPrintable(certificate.keyPath())),
+        u"https"_s, std::move(handler)))
 { }
 
 LoopbackServer::~LoopbackServer() = default;

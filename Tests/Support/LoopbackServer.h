@@ -38,7 +38,9 @@ public:
     /*! Answers a request, on a thread of the server's. */
     using Handler = std::function<Answer(const Request &)>;
 
-    explicit LoopbackServer(Handler handler = [](const Request &) { return Answer(); });
+    /*! Answers everything with status 200 and an empty body. */
+    LoopbackServer();
+    explicit LoopbackServer(Handler handler);
     /*! The same by https. The certificate must outlive the server. */
     LoopbackServer(const SelfSignedCertificate &certificate, Handler handler);
     ~LoopbackServer();

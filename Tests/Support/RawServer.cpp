@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -30,25 +32,41 @@ RawServer::Connection::Connection(RawServer *server, int socket, int number)
     , m_number(number)
 { }
 
-bool RawServer::Connection::readMore()
+bool RawServer::Connection::readMore(qsizetype maximum)
 {
-    char buffer[65536];
-    const ssize_t size = ::recv(m_socket, buffer, sizeof buffer, 0);
-    if (size > 0)
-        m_received.append(buffer, size);
+    QByteArray piece(maximum, Qt::Uninitialized);
+    const ssize_t size = ::recv(m_socket, piece.data(), static_cast<size_t>(maximum), 0);
+    m_received.append(piece.constData(), std::max<ssize_t>(size, 0));
     return size > 0;
+}
+
+/*! False where the server is about to go. */
+bool RawServer::Connection::wait(std::chrono::milliseconds pause)
+{
+    std::unique_lock lock(m_server->m_mutex);
+    return !m_server->m_closing.wait_for(lock, pause, [this] { return m_server->m_isClosing; });
+}
+
+QByteArray RawServer::Connection::readRequest(const std::function<bool()> &readPiece)
+{
+    const QByteArray blankLine("\r\n\r\n");
+    while (!m_received.contains(blankLine) && readPiece()) { }
+    const qsizetype headSize = m_received.indexOf(blankLine) + blankLine.size();
+    const qsizetype size = headSize + announcedBodySize(m_received.left(headSize));
+    while (m_received.size() < size && readPiece()) { }
+    const std::lock_guard lock(m_server->m_mutex);
+    m_server->m_requests.append(m_received);
+    return m_received;
 }
 
 QByteArray RawServer::Connection::readRequest()
 {
-    const QByteArray blankLine("\r\n\r\n");
-    while (!m_received.contains(blankLine) && readMore()) { }
-    const qsizetype headSize = m_received.indexOf(blankLine) + blankLine.size();
-    const qsizetype size = headSize + announcedBodySize(m_received.left(headSize));
-    while (m_received.size() < size && readMore()) { }
-    const std::lock_guard lock(m_server->m_mutex);
-    m_server->m_requests.append(m_received);
-    return m_received;
+    return readRequest([this] { return readMore(); });
+}
+
+QByteArray RawServer::Connection::readRequestSlowly(qsizetype piece, std::chrono::milliseconds pause)
+{
+    return readRequest([=, this] { return wait(pause) && readMore(piece); });
 }
 
 void RawServer::Connection::send(const QByteArray &bytes)
@@ -65,10 +83,8 @@ void RawServer::Connection::send(const QByteArray &bytes)
 void RawServer::Connection::trickle(const QByteArray &bytes, std::chrono::milliseconds pause)
 {
     for (char byte : bytes) {
-        std::unique_lock lock(m_server->m_mutex);
-        if (m_server->m_closing.wait_for(lock, pause, [this] { return m_server->m_isClosing; }))
+        if (!wait(pause))
             return;
-        lock.unlock();
         send(QByteArray(1, byte));
     }
 }
@@ -107,13 +123,11 @@ RawServer::~RawServer()
         const std::lock_guard lock(m_mutex);
         m_isClosing = true;
         m_closing.notify_all();
+        for (Connection &connection : m_connections)
+            ::shutdown(connection.m_socket, SHUT_RDWR);
     }
     for (Connection &connection : m_connections)
-        ::shutdown(connection.m_socket, SHUT_RDWR);
-    for (Connection &connection : m_connections) {
         connection.m_thread.join();
-        ::close(connection.m_socket);
-    }
     ::close(m_socket);
 }
 
@@ -132,8 +146,8 @@ void RawServer::acceptConnections()
 void RawServer::serve(Connection *connection)
 {
     m_script(*connection);
-    // The socket's number stays taken until the server goes, so that it cannot become another's meanwhile.
-    ::shutdown(connection->m_socket, SHUT_RDWR);
+    const std::lock_guard lock(m_mutex);
+    ::close(std::exchange(connection->m_socket, -1));
 }
 
 QUrl RawServer::url(const QString &pathAndQuery) const

@@ -29,6 +29,8 @@ public:
         int number() const { return m_number; }
         /*! Reads up to the end of the header and of the body that its Content-Length announces. */
         QByteArray readRequest();
+        /*! The same, a piece of at most that many bytes at a time, with a pause before each. */
+        QByteArray readRequestSlowly(qsizetype piece, std::chrono::milliseconds pause);
         void send(const QByteArray &bytes);
         /*! Sends byte after byte, with a pause before each. */
         void trickle(const QByteArray &bytes, std::chrono::milliseconds pause);
@@ -39,10 +41,12 @@ public:
 
     private:
         friend class RawServer;
-        bool readMore();
+        bool readMore(qsizetype maximum = 65536);
+        bool wait(std::chrono::milliseconds pause);
+        QByteArray readRequest(const std::function<bool()> &readPiece);
 
         RawServer *const m_server;
-        const int m_socket;
+        int m_socket; // -1 once it is closed
         const int m_number;
         QByteArray m_received;
         std::thread m_thread;

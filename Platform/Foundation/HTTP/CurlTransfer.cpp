@@ -13,10 +13,7 @@ namespace Marblewick {
 namespace {
 
 constexpr long maximumRedirects = 20;
-constexpr long maximumHeaderSize = 1024 * 1024; // bytes
-
-/*! Schemes that a request may be redirected to: one that began as https stays with it. */
-QByteArray redirectSchemes(const QUrl &url) { return url.scheme() == u"https"_s ? "https" : "http,https"; }
+constexpr long maximumHeaderSize = 256 * 1024; // bytes; libcurl has a limit of its own above it
 
 } // namespace
 
@@ -40,7 +37,8 @@ void CurlTransfer::setAddress()
     curl_easy_setopt(handle(), CURLOPT_URL, url.toEncoded().constData());
     curl_easy_setopt(handle(), CURLOPT_PATH_AS_IS, 1L);
     curl_easy_setopt(handle(), CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(handle(), CURLOPT_REDIR_PROTOCOLS_STR, redirectSchemes(url).constData());
+    curl_easy_setopt(handle(), CURLOPT_REDIR_PROTOCOLS_STR,
+                     url.scheme() == u"https"_s ? "https" : "http,https");
     curl_easy_setopt(handle(), CURLOPT_FOLLOWLOCATION, 1L);
     curl_easy_setopt(handle(), CURLOPT_MAXREDIRS, maximumRedirects);
     // On a connection of its own a request is never sent again because an old connection had gone dead.
@@ -142,8 +140,10 @@ curl_socket_t CurlTransfer::openSocket(void *self, curlsocktype, curl_sockaddr *
 {
     // A program that the host starts must not inherit it: the connection would outlive the transfer.
     const int socket = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    auto *transfer = static_cast<CurlTransfer *>(self);
     if (socket >= 0)
-        static_cast<CurlTransfer *>(self)->m_sockets.push_back(socket);
+        transfer->m_sockets.push_back(socket);
+    transfer->m_isHeaderComplete = false;
     return socket;
 }
 
@@ -207,12 +207,9 @@ qint64 CurlTransfer::errorCode(CURLcode code) const
     switch (code) {
     case CURLE_URL_MALFORMAT:
         return NSURLErrorBadURL;
-    case CURLE_UNSUPPORTED_PROTOCOL: {
+    case CURLE_UNSUPPORTED_PROTOCOL:
         // libcurl's word for a redirect to another scheme, and for an answer that does not look like HTTP.
-        const bool isRedirect =
-            !redirectSchemes(m_transfer->request.url()).split(',').contains(effectiveURL().scheme().toUtf8());
-        return isRedirect ? NSURLErrorUnsupportedURL : NSURLErrorBadServerResponse;
-    }
+        return m_isHeaderComplete ? NSURLErrorUnsupportedURL : NSURLErrorBadServerResponse;
     case CURLE_COULDNT_RESOLVE_HOST:
     case CURLE_COULDNT_RESOLVE_PROXY:
         return NSURLErrorCannotFindHost;

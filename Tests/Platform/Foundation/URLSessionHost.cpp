@@ -5,6 +5,7 @@
 //   destroy-application URL    on a line of standard input, destroys the application object and returns
 //   exit URL                   the same, but calls exit() with the application object in place
 //   no-application URL         the same, without any application object
+//   two-applications URL       fetches it with one application object, destroys that, and again with another
 //   exit-in-completion URL     calls exit() in the completion
 //   fork URL OTHER-URL         on a line of standard input, forks a child that fetches OTHER-URL and exits
 
@@ -50,7 +51,7 @@ int fetch(const char *url)
         if (response)
             std::printf("%lld %s\n", response->statusCode, data->constData());
         else
-            std::printf("error %lld\n", error->code());
+            std::printf("error %lld %s\n", error->code(), qPrintable(error->localizedDescription()));
         done.set_value();
     });
     done.get_future().wait();
@@ -73,10 +74,15 @@ int forkAndFetch(const char *url)
 int main(int argc, char **argv)
 {
     const std::string_view mode(argv[1]);
-    auto application =
-        mode == "no-application" ? nullptr : std::make_unique<QCoreApplication>(argc, argv);
+    auto application = mode == "no-application" ? nullptr : std::make_unique<QCoreApplication>(argc, argv);
     if (mode == "fetch")
         return fetch(argv[2]);
+    if (mode == "two-applications") {
+        fetch(argv[2]);
+        application.reset();
+        application = std::make_unique<QCoreApplication>(argc, argv);
+        return fetch(argv[2]);
+    }
     if (mode == "exit-in-completion") {
         start(argv[2], [](const auto &, const auto &, const auto &) { std::exit(success); });
         for (;;)
