@@ -13,7 +13,6 @@ namespace Marblewick {
 namespace {
 
 constexpr long maximumRedirects = 20;
-constexpr long maximumHeaderSize = 256 * 1024; // bytes; libcurl has a limit of its own above it
 
 } // namespace
 
@@ -125,15 +124,10 @@ size_t CurlTransfer::receiveHeaderLine(char *bytes, size_t itemSize, size_t coun
     return size;
 }
 
-/*! Ends a transfer, by a result other than 0, that grows too large: an answer without a length, a header or
-    the body of a redirect without end.
-*/
+/*! Ends a transfer, by a result other than 0, whose body grows too large, be it that of a redirect. */
 int CurlTransfer::checkSize(void *self, curl_off_t, curl_off_t downloaded, curl_off_t, curl_off_t)
 {
-    const auto *transfer = static_cast<CurlTransfer *>(self);
-    long headerSize = 0;
-    curl_easy_getinfo(transfer->handle(), CURLINFO_HEADER_SIZE, &headerSize);
-    return downloaded > transfer->m_transfer->maximumResponseSize || headerSize > maximumHeaderSize;
+    return downloaded > static_cast<CurlTransfer *>(self)->m_transfer->maximumResponseSize;
 }
 
 curl_socket_t CurlTransfer::openSocket(void *self, curlsocktype, curl_sockaddr *address)

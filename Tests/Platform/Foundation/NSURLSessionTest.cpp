@@ -535,21 +535,22 @@ TEST(NSURLSession, TakesABodyUpToTheMaximumSizeAndNoneLarger)
 
 TEST(NSURLSession, EndsAnAnswerWhoseHeaderOrRedirectHasNoEnd)
 {
-    NSURLSessionConfiguration configuration = ephemeral();
-    configuration.maximumResponseSize = 1000;
-    const QByteArray redirect = "HTTP/1.1 302 Found\r\nLocation: /\r\nTransfer-Encoding: chunked\r\n\r\n";
-    for (const auto &[start, piece] :
-         {std::pair(QByteArray("HTTP/1.1 200 OK\r\n"), QByteArray("X-Filler: abcdefghijklmnop\r\n")),
-          std::pair(redirect, QByteArray("3\r\nabc\r\n"))}) {
-        const RawServer server([start = start, piece = piece](RawServer::Connection &connection) {
+    const auto sendingWithoutEnd = [](const QByteArray &start, const QByteArray &piece) {
+        return [start, piece](RawServer::Connection &connection) {
             connection.readRequest();
             connection.send(start);
             connection.send(piece.repeated(200'000));
             connection.stall();
-        });
-        EXPECT_EQ(outcomeOf(get(server.url()), configuration).errorCode(), NSURLErrorDataLengthExceedsMaximum)
-            << start.constData();
-    }
+        };
+    };
+    const RawServer header(sendingWithoutEnd("HTTP/1.1 200 OK\r\n", "X-Filler: abcdefghijklmnop\r\n"));
+    EXPECT_EQ(outcomeOf(get(header.url())).errorCode(), NSURLErrorNetworkConnectionLost);
+
+    NSURLSessionConfiguration configuration = ephemeral();
+    configuration.maximumResponseSize = 1000;
+    const RawServer redirect(sendingWithoutEnd(
+        "HTTP/1.1 302 Found\r\nLocation: /\r\nTransfer-Encoding: chunked\r\n\r\n", "3\r\nabc\r\n"));
+    EXPECT_EQ(outcomeOf(get(redirect.url()), configuration).errorCode(), NSURLErrorDataLengthExceedsMaximum);
 }
 
 TEST(NSURLSession, FailsWithTheReasonWhereTheHTTPLibraryIsMissing)
@@ -1012,6 +1013,8 @@ TEST(NSURLSession, WorksAgainWithTheNextApplicationObject)
 
 TEST(NSURLSession, WorksInAForkedChildAndLetsItExit)
 {
+    // In the child the leak checker would miss what only the parent's threads hold on to.
+    qputenv("ASAN_OPTIONS", qgetenv("ASAN_OPTIONS") + ":detect_leaks=0");
     const RawServer stalled(stallAfterRequest);
     const LoopbackServer server([](const auto &) { return LoopbackServer::Answer{200, "hello", {}}; });
     const HostEnd end = endOfHost({u"fork"_s, stalled.url().toString(), server.url().toString()},
