@@ -8,6 +8,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -122,13 +123,11 @@ RawServer::~RawServer()
         const std::lock_guard lock(m_mutex);
         m_isClosing = true;
         m_closing.notify_all();
+        for (Connection &connection : m_connections)
+            ::shutdown(connection.m_socket, SHUT_RDWR);
     }
     for (Connection &connection : m_connections)
-        ::shutdown(connection.m_socket, SHUT_RDWR);
-    for (Connection &connection : m_connections) {
         connection.m_thread.join();
-        ::close(connection.m_socket);
-    }
     ::close(m_socket);
 }
 
@@ -147,8 +146,8 @@ void RawServer::acceptConnections()
 void RawServer::serve(Connection *connection)
 {
     m_script(*connection);
-    // The socket's number stays taken until the server goes, so that it cannot become another's meanwhile.
-    ::shutdown(connection->m_socket, SHUT_RDWR);
+    const std::lock_guard lock(m_mutex);
+    ::close(std::exchange(connection->m_socket, -1));
 }
 
 QUrl RawServer::url(const QString &pathAndQuery) const

@@ -46,7 +46,7 @@ public:
         QByteArray readRequest(const std::function<bool()> &readPiece);
 
         RawServer *const m_server;
-        const int m_socket;
+        int m_socket; // -1 once it is closed
         const int m_number;
         QByteArray m_received;
         std::thread m_thread;

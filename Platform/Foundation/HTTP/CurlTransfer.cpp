@@ -13,10 +13,6 @@ namespace Marblewick {
 namespace {
 
 constexpr long maximumRedirects = 20;
-constexpr long maximumHeaderSize = 1024 * 1024; // bytes
-
-/*! Schemes that a request may be redirected to: one that began as https stays with it. */
-QByteArray redirectSchemes(const QUrl &url) { return url.scheme() == u"https"_s ? "https" : "http,https"; }
 
 } // namespace
 
@@ -40,7 +36,8 @@ void CurlTransfer::setAddress()
     curl_easy_setopt(handle(), CURLOPT_URL, url.toEncoded().constData());
     curl_easy_setopt(handle(), CURLOPT_PATH_AS_IS, 1L);
     curl_easy_setopt(handle(), CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(handle(), CURLOPT_REDIR_PROTOCOLS_STR, redirectSchemes(url).constData());
+    curl_easy_setopt(handle(), CURLOPT_REDIR_PROTOCOLS_STR,
+                     url.scheme() == u"https"_s ? "https" : "http,https");
     curl_easy_setopt(handle(), CURLOPT_FOLLOWLOCATION, 1L);
     curl_easy_setopt(handle(), CURLOPT_MAXREDIRS, maximumRedirects);
     // On a connection of its own a request is never sent again because an old connection had gone dead.
@@ -127,23 +124,20 @@ size_t CurlTransfer::receiveHeaderLine(char *bytes, size_t itemSize, size_t coun
     return size;
 }
 
-/*! Ends a transfer, by a result other than 0, that grows too large: an answer without a length, a header or
-    the body of a redirect without end.
-*/
+/*! Ends a transfer, by a result other than 0, whose body grows too large, be it that of a redirect. */
 int CurlTransfer::checkSize(void *self, curl_off_t, curl_off_t downloaded, curl_off_t, curl_off_t)
 {
-    const auto *transfer = static_cast<CurlTransfer *>(self);
-    long headerSize = 0;
-    curl_easy_getinfo(transfer->handle(), CURLINFO_HEADER_SIZE, &headerSize);
-    return downloaded > transfer->m_transfer->maximumResponseSize || headerSize > maximumHeaderSize;
+    return downloaded > static_cast<CurlTransfer *>(self)->m_transfer->maximumResponseSize;
 }
 
 curl_socket_t CurlTransfer::openSocket(void *self, curlsocktype, curl_sockaddr *address)
 {
     // A program that the host starts must not inherit it: the connection would outlive the transfer.
     const int socket = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    auto *transfer = static_cast<CurlTransfer *>(self);
     if (socket >= 0)
-        static_cast<CurlTransfer *>(self)->m_sockets.push_back(socket);
+        transfer->m_sockets.push_back(socket);
+    transfer->m_isHeaderComplete = false;
     return socket;
 }
 
@@ -207,12 +201,9 @@ qint64 CurlTransfer::errorCode(CURLcode code) const
     switch (code) {
     case CURLE_URL_MALFORMAT:
         return NSURLErrorBadURL;
-    case CURLE_UNSUPPORTED_PROTOCOL: {
+    case CURLE_UNSUPPORTED_PROTOCOL:
         // libcurl's word for a redirect to another scheme, and for an answer that does not look like HTTP.
-        const bool isRedirect =
-            !redirectSchemes(m_transfer->request.url()).split(',').contains(effectiveURL().scheme().toUtf8());
-        return isRedirect ? NSURLErrorUnsupportedURL : NSURLErrorBadServerResponse;
-    }
+        return m_isHeaderComplete ? NSURLErrorUnsupportedURL : NSURLErrorBadServerResponse;
     case CURLE_COULDNT_RESOLVE_HOST:
     case CURLE_COULDNT_RESOLVE_PROXY:
         return NSURLErrorCannotFindHost;

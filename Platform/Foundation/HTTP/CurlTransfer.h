@@ -50,7 +50,7 @@ private:
     const std::shared_ptr<HTTPTransfer> m_transfer;
     const QByteArray m_body; // shares the request's bytes; libcurl reads them in place
     QByteArray m_received;
-    bool m_isHeaderComplete = false;
+    bool m_isHeaderComplete = false; // of the answer on the latest connection
 
     Clock::time_point m_lastActivity = Clock::now();
     quint64 m_bytesMoved = 0;
