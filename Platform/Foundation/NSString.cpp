@@ -72,20 +72,20 @@ QString escapingControlCharacters(QStringView string)
 {
     QString result;
     result.reserve(string.size());
-    for (qsizetype i = 0; i < string.size(); ++i) {
-        char32_t c = string[i].unicode();
+    qsizetype copied = 0;
+    for (qsizetype i = 0; i < string.size();) {
         const bool isPair = string[i].isHighSurrogate() && i + 1 < string.size()
                             && string[i + 1].isLowSurrogate();
-        if (isPair)
-            c = QChar::surrogateToUcs4(string[i], string[i + 1]);
-        if (mustBeEscaped(c))
+        const char32_t c = isPair ? QChar::surrogateToUcs4(string[i], string[i + 1]) : string[i].unicode();
+        const qsizetype next = i + (isPair ? 2 : 1);
+        if (mustBeEscaped(c)) {
+            result += string.sliced(copied, i - copied);
             result += escaped(c);
-        else
-            result += string.sliced(i, isPair ? 2 : 1);
-        if (isPair)
-            ++i;
+            copied = next;
+        }
+        i = next;
     }
-    return result;
+    return result += string.sliced(copied);
 }
 
 namespace {

@@ -97,10 +97,9 @@ std::optional<quint64> number(const QJsonValue &value)
 
 std::optional<QString> displayText(const QJsonValue &value)
 {
-    if (value.isString())
-        return value.toString().isEmpty()
-                   ? std::nullopt
-                   : std::optional(NSString::escapingControlCharacters(value.toString()));
+    const QString string = value.toString();
+    if (!string.isEmpty())
+        return NSString::escapingControlCharacters(string);
     const std::optional<quint64> whole = number(value);
     return whole ? std::optional(QString::number(*whole)) : std::nullopt;
 }
