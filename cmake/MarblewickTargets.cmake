@@ -44,6 +44,7 @@ function(marblewick_add_library name)
         EXPORT_NAME ${name}
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
+        INSTALL_RPATH "$ORIGIN"
     )
     target_link_options(${target} PRIVATE -Wl,--as-needed)
     if(NOT MARBLEWICK_SANITIZERS)

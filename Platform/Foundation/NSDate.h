@@ -1,8 +1,12 @@
 #pragma once
 
+#include <chrono>
 #include <compare>
 
 namespace Marblewick {
+
+/*! Seconds from the Unix epoch, 1970-01-01 00:00:00 UTC, to the reference date. */
+inline constexpr double NSTimeIntervalSince1970 = 978307200.0;
 
 /*! A moment, as seconds since the reference date, 2001-01-01 00:00:00 UTC; negative before it.
 
@@ -13,12 +17,15 @@ struct NSDate
 {
     double timeIntervalSinceReferenceDate = 0;
 
+    /*! The current moment, by the system's clock. */
+    static NSDate date()
+    {
+        const std::chrono::duration<double> sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
+        return {sinceEpoch.count() - NSTimeIntervalSince1970};
+    }
     static NSDate dateWithTimeIntervalSinceReferenceDate(double seconds) { return {seconds}; }
 
     friend auto operator<=>(const NSDate &, const NSDate &) = default;
 };
-
-/*! Seconds from the Unix epoch, 1970-01-01 00:00:00 UTC, to the reference date. */
-inline constexpr double NSTimeIntervalSince1970 = 978307200.0;
 
 } // namespace Marblewick

@@ -1,12 +1,17 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QLatin1StringView>
 
 namespace Marblewick {
 
+/*! User-info key of the URL (a string, without user name, password and fragment) that an error is about: the
+    request's, or that of the redirect that failed.
+*/
+inline constexpr QLatin1StringView NSURLErrorFailingURLStringErrorKey("NSErrorFailingURLStringKey");
+
 /*! Codes of NSURLErrorDomain. */
 enum NSURLError : qint64 {
-    NSURLErrorUnknown = -1,
+    NSURLErrorUnknown = -1, ///< anything else; the description is the reason that the system gave
     NSURLErrorCancelled = -999, ///< the task was cancelled
     NSURLErrorBadURL = -1000, ///< the URL is malformed
     NSURLErrorTimedOut = -1001, ///< nothing was sent or received for the request's time-out
@@ -14,11 +19,11 @@ enum NSURLError : qint64 {
     NSURLErrorCannotFindHost = -1003, ///< the host's name does not resolve
     NSURLErrorCannotConnectToHost = -1004, ///< refused or unreachable
     NSURLErrorNetworkConnectionLost = -1005, ///< closed without an answer, or before its end
-    NSURLErrorHTTPTooManyRedirects = -1007,
+    NSURLErrorHTTPTooManyRedirects = -1007, ///< more than 20
     NSURLErrorBadServerResponse = -1011, ///< what came is not HTTP
     NSURLErrorDataLengthExceedsMaximum = -1103, ///< the answer is larger than the configuration allows
     NSURLErrorSecureConnectionFailed = -1200, ///< the TLS handshake failed
-    NSURLErrorServerCertificateUntrusted = -1202,
+    NSURLErrorServerCertificateUntrusted = -1202, ///< no authority that the system trusts vouches for it
 };
 
 } // namespace Marblewick

@@ -32,7 +32,7 @@ using NSURLSessionCompletion = std::function<void(const std::optional<QByteArray
                                                   const std::optional<NSHTTPURLResponse> &response,
                                                   const std::optional<NSError> &error)>;
 
-class HTTPTransfer;
+struct HTTPTransfer;
 
 /*! One request. It runs from resume() until its completion was called, whether or not anybody keeps the task
     or its session. Any thread.
@@ -60,8 +60,11 @@ private:
     again only where a redirect with status 307 or 308 asks for it; 301, 302 and 303 turn a POST into a GET.
     The system's proxy variables (`https_proxy`, `no_proxy` …) are honoured.
 
-    Completions run on the session's background thread, one after another, and are called exactly once. When
-    the application object is destroyed, or the process exits, what is in flight ends without completion.
+    Completions run on a background thread that all sessions share, one after another, and are called exactly
+    once. The thread starts, and the HTTP library is loaded, with the first task. When the application object
+    is destroyed, or the process exits, what is in flight ends without completion, and a completion that is
+    running is waited for: it must not wait for the main thread. A session can be used again with the next
+    application object, and in a forked child, which inherits none of its parent's requests.
 */
 class MARBLEWICK_CORE_EXPORT NSURLSession
 {

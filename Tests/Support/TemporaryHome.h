@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Tests/Support/QtPrinters.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QTemporaryDir>

@@ -1,0 +1,115 @@
+#include "CrashScene.h"
+
+#include "Host.h"
+#include "ReportServer.h"
+#include "Say.h"
+
+#include <Marblewick/MBWCrashReporter.h>
+#include <Marblewick/NSUserDefaults.h>
+
+#include <QDateTime>
+#include <QFile>
+
+using namespace Qt::StringLiterals;
+using namespace Marblewick;
+
+namespace {
+
+/*! How far the stored date is moved back before the crash, in seconds. It is stored in steps of 64 seconds,
+   so a crash within the same minute could count as reported already.
+*/
+constexpr float movedBack = 5 * 60;
+
+QString dateText(float secondsSinceReferenceDate)
+{
+    const QDateTime referenceDate(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC);
+    return referenceDate.addMSecs(static_cast<qint64>(secondsSinceReferenceDate) * 1000)
+        .toString(Qt::ISODate);
+}
+
+bool writeCrashLog(const QString &path, const QByteArray &contents)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size();
+}
+
+QByteArray madeUpCrashLog()
+{
+    QFile file(u":/Cartographer.ips"_s);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/*! Prints a text, shortened in the middle where it is long. */
+void printText(const QString &text)
+{
+    constexpr qsizetype shownLines = 24;
+    constexpr qsizetype shownColumns = 100;
+    const QStringList lines = QString(text).remove(u'\r').split(u'\n');
+    for (const QString &line : lines.first(qMin(shownLines, lines.size())))
+        say(u"  |   "_s + (line.size() > shownColumns ? line.first(shownColumns) + u'…' : line));
+    if (lines.size() > shownLines)
+        say(u"  |   … and %1 more lines"_s.arg(lines.size() - shownLines));
+}
+
+void print(const ReportServer::Request &request)
+{
+    say(u"  | "_s + QString::fromUtf8(request.line));
+    for (const QByteArray &field : request.headerFields)
+        say(u"  | "_s + QString::fromUtf8(field));
+    for (const auto &[name, contents] : request.formFields) {
+        say(u"  |\n  | form field \"%1\", %2 bytes:"_s.arg(QString::fromUtf8(name)).arg(contents.size()));
+        printText(QString::fromUtf8(contents));
+    }
+}
+
+} // namespace
+
+bool playCrashScene()
+{
+    say(u"\n== A host that crashed reports it ==\n"_s);
+    ReportServer server;
+    if (server.url().isEmpty()) {
+        say(u"No server could be started on 127.0.0.1: is every port taken?"_s);
+        return false;
+    }
+    const Host host(u"crash"_s);
+    NSUserDefaults defaults([&host] { return host.defaultsFile(); });
+    say(u"The maker's server listens at "_s + server.url());
+
+    say(u"\n1. The first launch, with an old crash log already there."_s);
+    if (!Host::hasDisplay())
+        say(u"   (No display: the host's windows are used by a program.)"_s);
+    if (!writeCrashLog(host.crashLogFolder() + u"/Cartographer_old.ips"_s, madeUpCrashLog())
+        || !host.launch(server.url()))
+        return false;
+    if (!defaults.contains(MBWCrashReporterLastCrashReportDateKey) || !server.takeRequests().empty()) {
+        say(u"  Unexpected: the date was not stored, or something was sent."_s);
+        return false;
+    }
+    float date = defaults.floatForKey(MBWCrashReporterLastCrashReportDateKey);
+    say(u"  Nothing was shown or sent. The date is stored: %1 (%2)"_s.arg(dateText(date))
+            .arg(static_cast<double>(date), 0, 'f', 0));
+
+    say(u"\n2. Some minutes pass: the stored date moves back, and the host crashes."_s);
+    date -= movedBack;
+    defaults.setFloat(date, MBWCrashReporterLastCrashReportDateKey);
+    say(u"  The stored date is now "_s
+        + dateText(defaults.floatForKey(MBWCrashReporterLastCrashReportDateKey)));
+    if (!writeCrashLog(host.crashLogFolder() + u"/Cartographer_new.ips"_s, madeUpCrashLog()))
+        return false;
+    say(u"  A new crash log is in "_s + host.crashLogFolder());
+
+    say(u"\n3. The second launch."_s);
+    if (!host.launch(server.url()))
+        return false;
+    const std::vector<ReportServer::Request> requests = server.takeRequests();
+    if (requests.empty()) {
+        say(Host::hasDisplay() ? u"  No report was sent. Was it cancelled?"_s
+                               : u"  Unexpected: no report reached the server."_s);
+        return Host::hasDisplay();
+    }
+    say(u"\n4. What the maker's server received:\n"_s);
+    for (const ReportServer::Request &request : requests)
+        print(request);
+    return true;
+}

@@ -1,0 +1,52 @@
+#include "Host.h"
+
+#include "Say.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QProcess>
+
+using namespace Qt::StringLiterals;
+
+QString Host::demoFolder() { return QDir::cleanPath(QCoreApplication::applicationDirPath() + u"/../demo"_s); }
+
+bool Host::hasDisplay()
+{
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+Host::Host(const QString &scene)
+    : m_home(demoFolder() + u"/home-"_s + scene)
+{
+    QDir(m_home).removeRecursively();
+    QDir().mkpath(crashLogFolder());
+    QDir().mkpath(m_home + u"/tmp"_s);
+}
+
+QString Host::crashLogFolder() const { return m_home + u"/state/Logs/DiagnosticReports"_s; }
+
+QString Host::defaultsFile() const { return m_home + u"/config/Cartographer/defaults.json"_s; }
+
+bool Host::launch(const QString &reportURL) const
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"XDG_STATE_HOME"_s, m_home + u"/state"_s);
+    environment.insert(u"XDG_CONFIG_HOME"_s, m_home + u"/config"_s);
+    environment.insert(u"XDG_DATA_HOME"_s, m_home + u"/data"_s);
+    environment.insert(u"TMPDIR"_s, m_home + u"/tmp"_s);
+    environment.insert(u"no_proxy"_s, u"127.0.0.1"_s);
+    QStringList arguments{u"--report-url"_s, reportURL};
+    if (!hasDisplay()) {
+        environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+        arguments += {u"--drive"_s, demoFolder()};
+    }
+
+    QProcess host;
+    host.setProcessEnvironment(environment);
+    host.setProcessChannelMode(QProcess::ForwardedChannels);
+    host.start(QCoreApplication::applicationDirPath() + u"/cartographer"_s, arguments);
+    const bool hasEnded = host.waitForFinished(hasDisplay() ? -1 : 60'000);
+    if (!hasEnded)
+        say(u"The host could not be run: "_s + host.errorString());
+    return hasEnded && host.exitStatus() == QProcess::NormalExit && host.exitCode() == 0;
+}

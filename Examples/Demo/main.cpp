@@ -1,0 +1,25 @@
+// Plays the example host's life, scene by scene, against a server on loopback.
+
+#include "CrashScene.h"
+
+#include <CLI/CLI.hpp>
+
+#include <QCoreApplication>
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    CLI::App commandLine(
+        "Plays scenes from the life of a host application that uses Marblewick. With a display you use "
+        "its windows yourself; without one a program does, and saves a picture of each.",
+        "run-demo");
+    const CLI::App *const crash = commandLine.add_subcommand(
+        "crash", "a first launch, a crash, and the report that reaches the maker");
+    CLI11_PARSE(commandLine, argc, argv);
+
+    const bool playAll = commandLine.get_subcommands().empty();
+    bool isPlayed = true;
+    if (playAll || crash->parsed())
+        isPlayed = playCrashScene() && isPlayed;
+    return isPlayed ? EXIT_SUCCESS : EXIT_FAILURE;
+}

@@ -1,0 +1,46 @@
+// Cartographer: an ordinary small application, as a maker would write it, that looks after its users with
+// Marblewick.
+
+#include "AutoPilot.h"
+#include "MapWindow.h"
+
+#include <Marblewick/MBWCrashReportController.h>
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QTranslator>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(u"Cartographer"_s);
+    QApplication::setApplicationVersion(u"1.4"_s);
+
+    QTranslator translator;
+    if (translator.load(QLocale(), u"cartographer"_s, u"_"_s, u":/translations"_s))
+        QCoreApplication::installTranslator(&translator);
+
+    QCommandLineParser arguments;
+    const QCommandLineOption reportURL(u"report-url"_s, u"Where crash reports are sent."_s, u"url"_s,
+                                       u"https://crash.example.com/report"_s);
+    const QCommandLineOption pictures(
+        u"drive"_s, u"Be used by a program, which saves a picture of each window."_s, u"folder"_s);
+    arguments.addOptions({reportURL, pictures});
+    arguments.addHelpOption();
+    arguments.process(application);
+
+    std::unique_ptr<AutoPilot> autoPilot;
+    if (arguments.isSet(pictures))
+        autoPilot = std::make_unique<AutoPilot>(arguments.value(pictures));
+
+    MBWCrashReportController::setCrashReportURL(arguments.value(reportURL));
+    MBWCrashReportController::checkForCrash();
+
+    MapWindow window;
+    window.show();
+    return QApplication::exec();
+}

@@ -1,0 +1,113 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de_DE" sourcelanguage="en">
+<context>
+    <name>CrashReport</name>
+    <message>
+        <source>Crash Report</source>
+        <translation>Absturzbericht</translation>
+    </message>
+    <message>
+        <source>%1 quit unexpectedly</source>
+        <translation>%1 wurde unerwartet beendet</translation>
+    </message>
+    <message>
+        <source>The last time it ran, %1 came to an end that was not planned. The report below says where. It helps to mend the fault if you send it.</source>
+        <translation>Bei der letzten Verwendung nahm %1 ein Ende, das nicht vorgesehen war. Der nachstehende Bericht sagt, an welcher Stelle. Wenn Sie ihn senden, hilft er dabei, den zugrunde liegenden Fehler zu beheben.</translation>
+    </message>
+    <message>
+        <source>Report</source>
+        <translation>Bericht</translation>
+    </message>
+    <message>
+        <source>What were you &amp;doing when it happened?</source>
+        <translation>Was haben &amp;Sie unmittelbar vor dem unerwarteten Programmende getan?</translation>
+    </message>
+    <message>
+        <source>What were you doing when it happened?</source>
+        <translation>Was haben Sie unmittelbar vor dem unerwarteten Programmende getan?</translation>
+    </message>
+    <message>
+        <source>For example: I had just opened a file and chose Print.</source>
+        <translation>Zum Beispiel: Ich hatte gerade eine Datei geöffnet und „Drucken“ gewählt.</translation>
+    </message>
+    <message>
+        <source>Your &amp;e-mail address, if you would like to be asked about it:</source>
+        <translation>Ihre &amp;E-Mail-Adresse, sofern Sie mit Rückfragen zu diesem Absturz einverstanden sind:</translation>
+    </message>
+    <message>
+        <source>Your e-mail address</source>
+        <translation>Ihre E-Mail-Adresse</translation>
+    </message>
+    <message>
+        <source>name@example.com</source>
+        <translation>name@example.com</translation>
+    </message>
+    <message>
+        <source>Send Report passes the whole report, your e-mail address and your description to the makers of %1.</source>
+        <translation>„Bericht senden“ übermittelt den vollständigen Bericht, Ihre E-Mail-Adresse und Ihre Beschreibung an die Herstellerinnen und Hersteller von %1.</translation>
+    </message>
+    <message>
+        <source>They receive it at %1.</source>
+        <translation>Empfangen wird er unter %1.</translation>
+    </message>
+    <message>
+        <source>Sending</source>
+        <translation>Wird gesendet</translation>
+    </message>
+    <message>
+        <source>&amp;Cancel</source>
+        <translation>&amp;Abbrechen</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>&amp;Send Report</source>
+        <translation>&amp;Bericht senden</translation>
+    </message>
+    <message>
+        <source>Send Report</source>
+        <translation>Bericht senden</translation>
+    </message>
+    <message>
+        <source>Loading…</source>
+        <translation>Wird geladen …</translation>
+    </message>
+    <message>
+        <source>Copy</source>
+        <translation>Kopieren</translation>
+    </message>
+    <message>
+        <source>Select All</source>
+        <translation>Alles auswählen</translation>
+    </message>
+    <message>
+        <source>Crash report</source>
+        <translation>Absturzbericht</translation>
+    </message>
+</context>
+<context>
+    <name>MapWindow</name>
+    <message>
+        <source>&amp;File</source>
+        <translation>&amp;Datei</translation>
+    </message>
+    <message>
+        <source>&amp;Quit</source>
+        <translation>&amp;Beenden</translation>
+    </message>
+    <message>
+        <source>Click to set a mark.</source>
+        <translation>Klicken Sie, um eine Markierung zu setzen.</translation>
+    </message>
+</context>
+<context>
+    <name>AutoPilot</name>
+    <message>
+        <source>I set a mark at the edge of the map, and the window was gone.</source>
+        <translation>Ich habe am Rand der Karte eine Markierung gesetzt, und das Fenster war weg.</translation>
+    </message>
+</context>
+</TS>

@@ -1,0 +1,30 @@
+#include "Platform/AppKit/NSWindowController.h"
+
+namespace Marblewick {
+
+NSWindowController::NSWindowController(const QString &windowNibName)
+    : m_windowNibName(windowNibName)
+{ }
+
+NSWindowController::~NSWindowController() { delete m_window; }
+
+QWidget *NSWindowController::window()
+{
+    if (!m_window) {
+        m_window = loadWindow();
+        // A panel is a guest: closing it must not end a host that has no other window.
+        m_window->setAttribute(Qt::WA_QuitOnClose, false);
+        windowDidLoad();
+    }
+    return m_window;
+}
+
+void NSWindowController::showWindow(QObject *)
+{
+    QWidget *const shown = window();
+    shown->show();
+    shown->raise();
+    shown->activateWindow();
+}
+
+} // namespace Marblewick

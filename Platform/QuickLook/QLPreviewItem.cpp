@@ -1,0 +1,7 @@
+#include "Platform/QuickLook/QLPreviewItem.h"
+
+namespace Marblewick {
+
+QLPreviewItem::~QLPreviewItem() = default;
+
+} // namespace Marblewick
