@@ -30,6 +30,7 @@ void benchmarkLaunch()
     const QTemporaryDir home;
     qputenv("XDG_STATE_HOME", home.path().toUtf8());
     qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
+    qputenv("XDG_RUNTIME_DIR", home.path().toUtf8());
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QDir().mkpath(home.path() + u"/Logs/DiagnosticReports"_s);
 

@@ -38,6 +38,9 @@ bool Host::launch(const QString &reportURL) const
     QStringList arguments{u"--report-url"_s, reportURL};
     if (!hasDisplay()) {
         environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+        environment.insert(u"XDG_RUNTIME_DIR"_s, m_home + u"/tmp"_s);
+        environment.insert(u"QT_LOGGING_RULES"_s,
+                           u"default.warning=false"_s); // what offscreen windows cannot do
         arguments += {u"--drive"_s, demoFolder()};
     }
 
