@@ -41,7 +41,7 @@ void CurlTransfer::setAddress()
     curl_easy_setopt(handle(), CURLOPT_FOLLOWLOCATION, 1L);
     curl_easy_setopt(handle(), CURLOPT_MAXREDIRS, maximumRedirects);
     // On a connection of its own a request is never sent again because an old connection had gone dead.
-    curl_easy_setopt(handle(), CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1);
+    curl_easy_setopt(handle(), CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
     curl_easy_setopt(handle(), CURLOPT_FRESH_CONNECT, 1L);
     curl_easy_setopt(handle(), CURLOPT_FORBID_REUSE, 1L);
 }
@@ -99,6 +99,7 @@ void CurlTransfer::setCallbacks()
     curl_easy_setopt(handle(), CURLOPT_WRITEDATA, this);
     curl_easy_setopt(handle(), CURLOPT_HEADERFUNCTION, &CurlTransfer::receiveHeaderLine);
     curl_easy_setopt(handle(), CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(handle(), CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L); // a proxy's header is not the answer's
     curl_easy_setopt(handle(), CURLOPT_MAXFILESIZE_LARGE, curl_off_t{m_transfer->maximumResponseSize});
     curl_easy_setopt(handle(), CURLOPT_NOPROGRESS, 0L);
     curl_easy_setopt(handle(), CURLOPT_XFERINFOFUNCTION, &CurlTransfer::checkSize);
@@ -120,7 +121,12 @@ size_t CurlTransfer::receiveHeaderLine(char *bytes, size_t itemSize, size_t coun
 {
     const size_t size = itemSize * count;
     const QByteArrayView line(bytes, static_cast<qsizetype>(size));
-    static_cast<CurlTransfer *>(self)->m_isHeaderComplete = line == "\r\n" || line == "\n";
+    auto *transfer = static_cast<CurlTransfer *>(self);
+    // A status line begins a header, also the one after an interim answer; a trailer comes without one.
+    if (line.startsWith("HTTP/"))
+        transfer->m_isHeaderComplete = false;
+    else if (line == "\r\n" || line == "\n")
+        transfer->m_isHeaderComplete = true;
     return size;
 }
 
