@@ -183,6 +183,9 @@ void MBWCrashReportController::setUpTexts()
         m_ui->privacyLabel->setText(
             m_ui->privacyLabel->text() + u' '
             + QCoreApplication::translate("CrashReport", "They receive it at %1.").arg(receiver));
+
+    // A layout with texts that wrap does not give its window a minimum height by itself.
+    window()->setMinimumHeight(window()->layout()->minimumHeightForWidth(window()->minimumWidth()));
 }
 
 void MBWCrashReportController::send(QObject *)

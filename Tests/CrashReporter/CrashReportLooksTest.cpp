@@ -85,7 +85,7 @@ protected:
 
     void expectThatNothingIsCutOff()
     {
-        const QList<QLabel *> labels = controller.window()->findChildren<QLabel *>();
+        const auto labels = controller.window()->findChildren<QLabel *>(Qt::FindDirectChildrenOnly);
         EXPECT_GE(labels.size(), 5);
         for (const QLabel *const label : labels) {
             EXPECT_GE(label->height(), label->heightForWidth(label->width())) << qPrintable(label->text());
