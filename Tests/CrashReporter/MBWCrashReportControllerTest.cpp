@@ -751,6 +751,36 @@ TEST_F(CrashReportPanel, AHostThatQuitsWhileThePanelIsModalEnds)
     EXPECT_TRUE(wasShown);
 }
 
+TEST_F(CrashReportPanel, AHostThatQuitsWhileAReportIsBeingSentEnds)
+{
+    const RawServer server(stalling());
+    MBWCrashReportController::setCrashReportURL(server.url().toString());
+    storeEarlierDate();
+    QTimer::singleShot(0, qApp, [] { MBWCrashReportController::reportCrash(u"r"_s); });
+    whenShown([&] {
+        click(panel()->sendButton());
+        when([&] { return server.requests().size() == 1; }, [] { QCoreApplication::exit(5); });
+    });
+    EXPECT_EQ(QApplication::exec(), 5);
+}
+
+TEST_F(CrashReportPanel, AReportThatIsRaisedWhileThePanelIsModalReplacesTheFirstAndOneCancelEndsBoth)
+{
+    storeEarlierDate();
+    bool hasEnded = false;
+    whenShown([&] {
+        QTimer::singleShot(50, qApp, [] {
+            EXPECT_EQ(panel()->crashLogPreviewItem()->crashLog(), u"second"_s);
+            click(cancelButton());
+        });
+        EXPECT_TRUE(MBWCrashReportController::reportCrash(u"second"_s));
+        hasEnded = true;
+    });
+    EXPECT_TRUE(MBWCrashReportController::reportCrash(u"first"_s));
+    EXPECT_TRUE(hasEnded);
+    EXPECT_EQ(defaults()->integerForKey(MBWCrashReporterNumberOfUnreportedCrashesKey), 1);
+}
+
 TEST_F(CrashReportPanel, IsResponsiveWithAReportOf50Megabytes)
 {
     storeEarlierDate();
