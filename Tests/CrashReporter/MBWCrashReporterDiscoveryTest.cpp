@@ -12,11 +12,14 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QScopeGuard>
 
 #include <cmath>
 #include <csignal>
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -181,6 +184,15 @@ TEST_F(CrashLogDiscovery, WithoutANameNothingIsSearched)
     writeFile(inReports("_1.ips"), "r");
     EXPECT_TRUE(reporter.getLatestCrashLogs().isEmpty());
     EXPECT_EQ(reporter.checkForCrashLog(), std::nullopt);
+}
+
+TEST_F(CrashLogDiscovery, ANameWithANULMatchesNoFile)
+{
+    MBWCrashReporter reporter;
+    reporter.setApplicationNames({u"A"_s + QChar(0) + u"pp"_s, u"App"_s});
+    writeFile(inReports("App_1.ips"), "r", lastReport);
+    writeFile(inReports("Foreign_1.ips"), "of another application", lastReport + 100);
+    EXPECT_EQ(reporter.getLatestCrashLogs(), QStringList{inReports("App_1.ips")});
 }
 
 TEST_F(CrashLogDiscovery, OneFolderCanBeSearchedByItsPath)
@@ -466,6 +478,7 @@ TEST_F(CrashLogDiscovery, ALogThatDisappearsWhileItIsLookedAtDoesNoHarm)
     home.crashReporterFolder();
     const pid_t child = ::fork();
     if (child == 0) {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL); // where this test is killed for taking too long
         for (;;) {
             const int file = ::open(path.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
             (void)::write(file, "r", 1);
@@ -473,13 +486,16 @@ TEST_F(CrashLogDiscovery, ALogThatDisappearsWhileItIsLookedAtDoesNoHarm)
             ::unlink(path.constData());
         }
     }
+    const auto ending = qScopeGuard([child] {
+        ::kill(child, SIGKILL);
+        ::waitpid(child, nullptr, 0);
+    });
     int found = 0;
     for (int i = 0; i < 20'000; ++i) {
         const std::optional<QString> report = MBWCrashReporter().checkForCrashLog();
         found += report ? 1 : 0;
         ASSERT_TRUE(!report || *report == entry(u"App_1"_s, u"r"_s));
     }
-    ::kill(child, SIGKILL);
     EXPECT_GT(found, 0);
     EXPECT_LT(found, 20'000);
 }
