@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QCloseEvent>
 #include <QDateTime>
 #include <QDir>
 #include <QElapsedTimer>
@@ -27,6 +28,7 @@
 #include <QTest>
 #include <QThread>
 #include <QTimer>
+#include <QWindow>
 
 #include <atomic>
 
@@ -70,6 +72,12 @@ protected:
     static bool isShown() { return panel()->isWindowLoaded() && panel()->window()->isVisible(); }
     static void whenShown(std::function<void()> step) { when(isShown, std::move(step)); }
     static void click(QPushButton *button) { QTest::mouseClick(button, Qt::LeftButton); }
+    /*! What the window system does when the user closes the window. */
+    static void closeByItsOwnControl()
+    {
+        QCloseEvent event;
+        QCoreApplication::sendEvent(panel()->window()->windowHandle(), &event);
+    }
     static QPushButton *cancelButton()
     {
         return panel()->window()->findChild<QPushButton *>(u"cancelButton"_s);
@@ -91,6 +99,15 @@ RawServer::Script stalling()
     return [](RawServer::Connection &connection) {
         connection.readRequest();
         connection.stall();
+    };
+}
+
+LoopbackServer::Handler answeringOnce(const std::atomic_bool &mayAnswer)
+{
+    return [&mayAnswer](const auto &) {
+        while (!mayAnswer)
+            QThread::msleep(1);
+        return LoopbackServer::Answer();
     };
 }
 
@@ -319,6 +336,13 @@ TEST_F(CrashReportPanel, HandlesTheTabCommandOfBothFieldsAndNoOther)
     }
 }
 
+TEST_F(CrashReportPanel, HandlesTheTabCommandAlsoBeforeTheWindowWasLoaded)
+{
+    EXPECT_TRUE(panel()->textViewDoCommandBySelector(nullptr, "insertTab:"));
+    EXPECT_TRUE(
+        MBWCrashReportController().controlTextViewDoCommandBySelector(nullptr, nullptr, "insertTab:"));
+}
+
 TEST_F(CrashReportPanel, ReturnBreaksTheLineInTheDescription)
 {
     panel()->showWindow();
@@ -522,6 +546,16 @@ TEST_F(CrashReportPanel, SendingAsModalEndsTheSessionWithCode1AndCancellingWithC
     EXPECT_EQ(NSApplication::sharedApplication()->runModalForWindow(panel()->window()), 0);
 }
 
+TEST_F(CrashReportPanel, ClosingAfterSendingStopsASessionOnlyWhereThePanelIsRunAsModal)
+{
+    for (const auto &[isModal, code] : {std::pair(true, qint64{1}), std::pair(false, NSModalResponseAbort)}) {
+        MBWCrashReportController::setRunAsModal(isModal);
+        whenShown([] { panel()->closeAfterSending(); });
+        EXPECT_EQ(NSApplication::sharedApplication()->runModalForWindow(panel()->window()), code);
+        EXPECT_FALSE(isShown());
+    }
+}
+
 TEST_F(CrashReportPanel, SendingAsAnOrdinaryWindowClosesItAndStopsNoSession)
 {
     const LoopbackServer server;
@@ -564,8 +598,9 @@ TEST_F(CrashReportPanel, CancelStoresTheDateAndCountsAndLeavesTheEmailAlone)
 TEST_F(CrashReportPanel, ClosingTheWindowByItsOwnControlActsAsCancel)
 {
     storeEarlierDate();
-    whenShown([] { panel()->window()->close(); });
+    whenShown([] { closeByItsOwnControl(); });
     EXPECT_TRUE(MBWCrashReportController::reportCrash(u"r"_s));
+    EXPECT_FALSE(isShown());
     EXPECT_TRUE(wasJustStored(storedDate()));
     EXPECT_EQ(defaults()->integerForKey(MBWCrashReporterNumberOfUnreportedCrashesKey), 1);
 }
@@ -607,11 +642,7 @@ TEST_F(CrashReportPanel, CancelReachesTheCrashReporterPropertyWhichThePanelNever
 TEST_F(CrashReportPanel, CancelWhileItSendsLeavesTheUploadRunning)
 {
     std::atomic_bool mayAnswer = false;
-    const LoopbackServer server([&](const auto &) {
-        while (!mayAnswer)
-            QThread::msleep(1);
-        return LoopbackServer::Answer();
-    });
+    const LoopbackServer server(answeringOnce(mayAnswer));
     MBWCrashReportController::setCrashReportURL(server.url().toString());
     storeEarlierDate();
     const CapturedStandardError standardError;
@@ -631,11 +662,7 @@ TEST_F(CrashReportPanel, CancelWhileItSendsLeavesTheUploadRunning)
 TEST_F(CrashReportPanel, TheLateEndOfACancelledPanelsUploadStopsNoSessionOfAnybodyElses)
 {
     std::atomic_bool mayAnswer = false;
-    const LoopbackServer server([&](const auto &) {
-        while (!mayAnswer)
-            QThread::msleep(1);
-        return LoopbackServer::Answer();
-    });
+    const LoopbackServer server(answeringOnce(mayAnswer));
     MBWCrashReportController::setCrashReportURL(server.url().toString());
     storeEarlierDate();
     whenShown([] {
@@ -657,11 +684,7 @@ TEST_F(CrashReportPanel, TheLateEndOfACancelledPanelsUploadStopsNoSessionOfAnybo
 TEST_F(CrashReportPanel, TheLateEndOfACancelledPanelsUploadDoesNotCloseTheNextReport)
 {
     std::atomic_bool mayAnswer = false;
-    const LoopbackServer server([&](const auto &) {
-        while (!mayAnswer)
-            QThread::msleep(1);
-        return LoopbackServer::Answer();
-    });
+    const LoopbackServer server(answeringOnce(mayAnswer));
     MBWCrashReportController::setCrashReportURL(server.url().toString());
     storeEarlierDate();
     whenShown([] {
@@ -740,6 +763,43 @@ TEST_F(CrashReportPanel, AHostThatQuitsWhileThePanelIsModalEnds)
     whenShown([] { QCoreApplication::exit(5); });
     EXPECT_EQ(QApplication::exec(), 5);
     EXPECT_TRUE(wasShown);
+}
+
+TEST_F(CrashReportPanel, AHostThatQuitsWhileThePanelIsShownLeavesTheReportForTheNextLaunch)
+{
+    for (const bool isModal : {true, false}) {
+        MBWCrashReportController::setRunAsModal(isModal);
+        storeEarlierDate();
+        crash();
+        QTimer::singleShot(0, qApp, [] { EXPECT_TRUE(MBWCrashReportController::checkForCrash()); });
+        whenShown([] { QCoreApplication::quit(); });
+        EXPECT_EQ(QApplication::exec(), 0);
+        EXPECT_FALSE(isShown());
+        EXPECT_EQ(storedDate(), 1000);
+        EXPECT_FALSE(defaults()->contains(MBWCrashReporterNumberOfUnreportedCrashesKey));
+        EXPECT_TRUE(MBWCrashReporter().checkForCrashLog());
+    }
+}
+
+TEST_F(CrashReportPanel, AHostThatQuitsWhileItSendsEndsAtOnceAndTheReportIsNotCountedAsCancelled)
+{
+    const RawServer server(stalling());
+    MBWCrashReportController::setCrashReportURL(server.url().toString());
+    storeEarlierDate();
+    QTimer::singleShot(0, qApp, [] { EXPECT_TRUE(MBWCrashReportController::reportCrash(u"r"_s)); });
+    QElapsedTimer sinceQuit;
+    whenShown([&] {
+        click(panel()->sendButton());
+        when([&] { return server.requests().size() == 1; },
+             [&] {
+                 sinceQuit.start();
+                 QCoreApplication::quit();
+             });
+    });
+    EXPECT_EQ(QApplication::exec(), 0);
+    EXPECT_LT(sinceQuit.elapsed(), 5'000);
+    EXPECT_TRUE(wasJustStored(storedDate()));
+    EXPECT_FALSE(defaults()->contains(MBWCrashReporterNumberOfUnreportedCrashesKey));
 }
 
 TEST_F(CrashReportPanel, IsResponsiveWithAReportOf50Megabytes)
