@@ -246,6 +246,15 @@ TEST_F(CrashReportPanel, ThePreviewFollowsTheControllersItem)
     EXPECT_EQ(panel()->quickLookPreview()->previewItem(), item);
 }
 
+TEST_F(CrashReportPanel, AnItemThatWasSetBeforeTheWindowWasLoadedIsInThePreview)
+{
+    const auto item = std::make_shared<MBWCrashLogPreviewItem>(u"early"_s);
+    panel()->setCrashLogPreviewItem(item);
+    EXPECT_FALSE(panel()->isWindowLoaded());
+    panel()->window();
+    EXPECT_EQ(panel()->quickLookPreview()->previewItem(), item);
+}
+
 TEST_F(CrashReportPanel, TheEmailFieldIsFilledWithTheLastUsedAddress)
 {
     defaults()->setString(u"ada@example.com"_s, lastUsedEmailKey);
@@ -278,6 +287,21 @@ TEST_F(CrashReportPanel, SaysWhatIsSentAndToWhom)
     for (const auto &part :
          {u"whole report"_s, u"e-mail address"_s, u"description"_s, u"App"_s, u"crash.example.com"_s})
         EXPECT_TRUE(text.contains(part)) << qPrintable(part) << " is not in: " << qPrintable(text);
+}
+
+TEST_F(CrashReportPanel, NamesTheReceiverThatIsSetWhenAReportIsShown)
+{
+    panel()->window();
+    const auto *const privacy = panel()->window()->findChild<QLabel *>(u"privacyLabel"_s);
+    for (const QString &host : {u"one.example.com"_s, u"two.example.com"_s}) {
+        MBWCrashReportController::setCrashReportURL(u"https://"_s + host);
+        panel()->setCrashReportLog(u"r"_s);
+        EXPECT_TRUE(privacy->text().endsWith(u"They receive it at %1."_s.arg(host)))
+            << qPrintable(privacy->text());
+    }
+    MBWCrashReportController::setCrashReportURL({});
+    panel()->setCrashReportLog(u"r"_s);
+    EXPECT_FALSE(privacy->text().contains(u"They receive it"));
 }
 
 TEST_F(CrashReportPanel, AnApplicationNameOfMarkupIsShownAsItStands)
@@ -550,9 +574,12 @@ TEST_F(CrashReportPanel, ClosingAfterSendingStopsASessionOnlyWhereThePanelIsRunA
 {
     for (const auto &[isModal, code] : {std::pair(true, qint64{1}), std::pair(false, NSModalResponseAbort)}) {
         MBWCrashReportController::setRunAsModal(isModal);
+        panel()->window();
+        panel()->sendButton()->setEnabled(true);
         whenShown([] { panel()->closeAfterSending(); });
         EXPECT_EQ(NSApplication::sharedApplication()->runModalForWindow(panel()->window()), code);
         EXPECT_FALSE(isShown());
+        EXPECT_FALSE(panel()->sendButton()->isEnabled());
     }
 }
 
