@@ -343,6 +343,8 @@ TEST_F(CrashReportPanel, TabMovesFromTheDescriptionToTheEmailFieldAndBack)
     EXPECT_EQ(panel()->description(), QString());
     QTest::keyClick(panel()->emailField(), Qt::Key_Tab);
     EXPECT_TRUE(panel()->descriptionText()->hasFocus());
+    QTest::keyClick(panel()->descriptionText(), Qt::Key_Tab, Qt::ControlModifier);
+    EXPECT_TRUE(panel()->descriptionText()->hasFocus()) << "another key than Tab";
 }
 
 TEST_F(CrashReportPanel, HandlesTheTabCommandOfBothFieldsAndNoOther)

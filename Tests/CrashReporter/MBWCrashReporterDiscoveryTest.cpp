@@ -34,6 +34,9 @@ const QString separator = u"\n\n"_s + stars + u"\n\n"_s;
 /*! A moment that a float holds exactly, so that tests can place logs right before, at and after it. */
 constexpr double lastReport = 822222208; // 2027-01-21, a multiple of 64
 
+/*! A moment before that of everything that a test makes without setting its date. */
+constexpr double longAgo = 700'000'000; // 2023-03-08
+
 QString entry(const QString &fileName, const QString &report)
 {
     return u"\n\n"_s + stars + u'\n' + fileName + u'\n' + stars + u"\n\n"_s + report;
@@ -398,7 +401,7 @@ TEST_F(CrashLogDiscovery, AnUnreadableLogIsSkippedAndTheOtherFoldersLogReported)
 
 TEST_F(CrashLogDiscovery, LinksToNowhereAndToThemselvesHideNoLog)
 {
-    writeFile(inReports("App_1"), "r", lastReport);
+    writeFile(inReports("App_1"), "r", longAgo);
     ASSERT_TRUE(QFile::link(u"nowhere"_s, inReports("App_2")));
     ASSERT_TRUE(QFile::link(u"App_3"_s, inReports("App_3")));
     EXPECT_EQ(MBWCrashReporter().checkForCrashLog(), entry(u"App_1"_s, u"r"_s));
@@ -416,7 +419,7 @@ TEST_F(CrashLogDiscovery, ALinkToALogCountsWithItsOwnDate)
 
 TEST_F(CrashLogDiscovery, AFifoADeviceAndAFolderOfAMatchingNameAreNeitherReadNorInTheWay)
 {
-    writeFile(inReports("App_1"), "r", lastReport);
+    writeFile(inReports("App_1"), "r", longAgo);
     ASSERT_EQ(::mkfifo(QFile::encodeName(inReports("App_fifo")).constData(), 0600), 0);
     ASSERT_TRUE(QDir().mkpath(inReports("App_folder")));
     // Only root can make a device; a link to one does as well. Reading /dev/zero would never end.
