@@ -11,6 +11,7 @@
 #include "Utilities/MBWApplicationName.h"
 #include "ui_CrashReport.h"
 
+#include <QApplication>
 #include <QKeyEvent>
 #include <QShortcut>
 #include <QStyle>
@@ -34,6 +35,26 @@ void storeLastReportDate()
         static_cast<float>(NSDate::date().timeIntervalSinceReferenceDate),
         MBWCrashReporterLastCrashReportDateKey);
 }
+
+/*! Hides its parent, a window, when the application is about to quit, which closes all windows that are
+   shown: the user has not cancelled the report, so that it is for the next launch.
+*/
+class HidingBeforeQuit : public QObject
+{
+public:
+    explicit HidingBeforeQuit(QWidget *window)
+        : QObject(window)
+    {
+        qApp->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (watched == qApp && event->type() == QEvent::Quit)
+            static_cast<QWidget *>(parent())->hide();
+        return QObject::eventFilter(watched, event);
+    }
+};
 
 QUrl endpoint() { return NSURL::URLWithString(crashReportURL.value_or(QString())).value_or(QUrl()); }
 
@@ -168,6 +189,7 @@ void MBWCrashReportController::windowDidLoad()
          {static_cast<QObject *>(window()), static_cast<QObject *>(m_ui->descriptionText),
           static_cast<QObject *>(m_ui->emailField)})
         watched->installEventFilter(this);
+    new HidingBeforeQuit(window());
 
     QWidget::setTabOrder(m_quickLookPreview, m_ui->descriptionText);
     m_ui->descriptionText->setFocus();
@@ -242,6 +264,7 @@ bool MBWCrashReportController::textViewDoCommandBySelector(QPlainTextEdit *, con
 {
     if (selector != "insertTab:")
         return false;
+    window();
     m_ui->emailField->setFocus(Qt::TabFocusReason);
     return true;
 }
@@ -251,6 +274,7 @@ bool MBWCrashReportController::controlTextViewDoCommandBySelector(QLineEdit *, Q
 {
     if (selector != "insertTab:")
         return false;
+    window();
     m_ui->descriptionText->setFocus(Qt::TabFocusReason);
     return true;
 }

@@ -106,6 +106,9 @@ public:
     void send(QObject *sender = nullptr);
     /*! The Cancel button, Escape and the window's own close control: stores the date, closes the panel with
        code 0 and counts the unreported crash. An upload that is under way goes on. The sender is not used.
+
+        QCoreApplication::quit() is no cancel: it hides the panel, whose report is shown again at the next
+       launch.
     */
     void cancel(QObject *sender = nullptr);
 

@@ -39,6 +39,10 @@ struct NewestLog
     std::optional<QByteArray> name;
     NSDate modificationDate;
 
+    /*! A name that no file can have, one with a NUL, leaves the prefix empty, with which every entry begins.
+     */
+    bool matches(QByteArrayView entry) const { return !prefix.isEmpty() && entry.startsWith(prefix); }
+
     void consider(const QString &folder, QByteArrayView entry)
     {
         const NSFileManager *files = NSFileManager::defaultManager();
@@ -120,7 +124,7 @@ QStringList MBWCrashReporter::getLatestCrashLogsFromPath(const QString &path) co
 
     NSFileManager::defaultManager()->enumerateContentsOfDirectoryAtPath(path, [&](QByteArrayView entry) {
         for (NewestLog &newest : newestLogs) {
-            if (entry.startsWith(newest.prefix))
+            if (newest.matches(entry))
                 newest.consider(path, entry);
         }
     });

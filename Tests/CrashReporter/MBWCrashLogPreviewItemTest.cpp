@@ -80,6 +80,8 @@ TEST_F(CrashLogPreviewItem, TheFileIsWrittenOncePerItem)
 
     MBWCrashLogPreviewItem other(u"r"_s);
     EXPECT_NE(other.previewItemURL(), url);
+    EXPECT_NE(item.saveCrashLogToFile(), url);
+    EXPECT_EQ(item.previewItemURL(), url);
 }
 
 TEST_F(CrashLogPreviewItem, AURLThatTheHostSetIsKept)

@@ -1,5 +1,4 @@
 #include "Tests/Support/CapturedStandardError.h"
-#include "Tests/Support/ChildProgram.h"
 #include "Tests/Support/LoopbackServer.h"
 #include "Tests/Support/RawServer.h"
 #include "Tests/Support/TemporaryHome.h"
@@ -16,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QCloseEvent>
 #include <QDateTime>
 #include <QDir>
 #include <QElapsedTimer>
@@ -28,6 +28,7 @@
 #include <QTest>
 #include <QThread>
 #include <QTimer>
+#include <QWindow>
 
 #include <atomic>
 
@@ -71,6 +72,12 @@ protected:
     static bool isShown() { return panel()->isWindowLoaded() && panel()->window()->isVisible(); }
     static void whenShown(std::function<void()> step) { when(isShown, std::move(step)); }
     static void click(QPushButton *button) { QTest::mouseClick(button, Qt::LeftButton); }
+    /*! What the window system does when the user closes the window. */
+    static void closeByItsOwnControl()
+    {
+        QCloseEvent event;
+        QCoreApplication::sendEvent(panel()->window()->windowHandle(), &event);
+    }
     static QPushButton *cancelButton()
     {
         return panel()->window()->findChild<QPushButton *>(u"cancelButton"_s);
@@ -261,6 +268,15 @@ TEST_F(CrashReportPanel, ThePreviewFollowsTheControllersItem)
     EXPECT_EQ(panel()->quickLookPreview()->previewItem(), item);
 }
 
+TEST_F(CrashReportPanel, AnItemThatWasSetBeforeTheWindowWasLoadedIsInThePreview)
+{
+    const auto item = std::make_shared<MBWCrashLogPreviewItem>(u"early"_s);
+    panel()->setCrashLogPreviewItem(item);
+    EXPECT_FALSE(panel()->isWindowLoaded());
+    panel()->window();
+    EXPECT_EQ(panel()->quickLookPreview()->previewItem(), item);
+}
+
 TEST_F(CrashReportPanel, TheEmailFieldIsFilledWithTheLastUsedAddress)
 {
     defaults()->setString(u"ada@example.com"_s, lastUsedEmailKey);
@@ -293,6 +309,21 @@ TEST_F(CrashReportPanel, SaysWhatIsSentAndToWhom)
     for (const auto &part :
          {u"whole report"_s, u"e-mail address"_s, u"description"_s, u"App"_s, u"crash.example.com"_s})
         EXPECT_TRUE(text.contains(part)) << qPrintable(part) << " is not in: " << qPrintable(text);
+}
+
+TEST_F(CrashReportPanel, NamesTheReceiverThatIsSetWhenAReportIsShown)
+{
+    panel()->window();
+    const auto *const privacy = panel()->window()->findChild<QLabel *>(u"privacyLabel"_s);
+    for (const QString &host : {u"one.example.com"_s, u"two.example.com"_s}) {
+        MBWCrashReportController::setCrashReportURL(u"https://"_s + host);
+        panel()->setCrashReportLog(u"r"_s);
+        EXPECT_TRUE(privacy->text().endsWith(u"They receive it at %1."_s.arg(host)))
+            << qPrintable(privacy->text());
+    }
+    MBWCrashReportController::setCrashReportURL({});
+    panel()->setCrashReportLog(u"r"_s);
+    EXPECT_FALSE(privacy->text().contains(u"They receive it"));
 }
 
 TEST_F(CrashReportPanel, AnApplicationNameOfMarkupIsShownAsItStands)
@@ -334,6 +365,8 @@ TEST_F(CrashReportPanel, TabMovesFromTheDescriptionToTheEmailFieldAndBack)
     EXPECT_EQ(panel()->description(), QString());
     QTest::keyClick(panel()->emailField(), Qt::Key_Tab);
     EXPECT_TRUE(panel()->descriptionText()->hasFocus());
+    QTest::keyClick(panel()->descriptionText(), Qt::Key_Tab, Qt::ControlModifier);
+    EXPECT_TRUE(panel()->descriptionText()->hasFocus()) << "another key than Tab";
 }
 
 TEST_F(CrashReportPanel, HandlesTheTabCommandOfBothFieldsAndNoOther)
@@ -349,6 +382,13 @@ TEST_F(CrashReportPanel, HandlesTheTabCommandOfBothFieldsAndNoOther)
         EXPECT_FALSE(panel()->controlTextViewDoCommandBySelector(email, email, command))
             << command.constData();
     }
+}
+
+TEST_F(CrashReportPanel, HandlesTheTabCommandAlsoBeforeTheWindowWasLoaded)
+{
+    EXPECT_TRUE(panel()->textViewDoCommandBySelector(nullptr, "insertTab:"));
+    EXPECT_TRUE(
+        MBWCrashReportController().controlTextViewDoCommandBySelector(nullptr, nullptr, "insertTab:"));
 }
 
 TEST_F(CrashReportPanel, ReturnBreaksTheLineInTheDescription)
@@ -554,6 +594,19 @@ TEST_F(CrashReportPanel, SendingAsModalEndsTheSessionWithCode1AndCancellingWithC
     EXPECT_EQ(NSApplication::sharedApplication()->runModalForWindow(panel()->window()), 0);
 }
 
+TEST_F(CrashReportPanel, ClosingAfterSendingStopsASessionOnlyWhereThePanelIsRunAsModal)
+{
+    for (const auto &[isModal, code] : {std::pair(true, qint64{1}), std::pair(false, NSModalResponseAbort)}) {
+        MBWCrashReportController::setRunAsModal(isModal);
+        panel()->window();
+        panel()->sendButton()->setEnabled(true);
+        whenShown([] { panel()->closeAfterSending(); });
+        EXPECT_EQ(NSApplication::sharedApplication()->runModalForWindow(panel()->window()), code);
+        EXPECT_FALSE(isShown());
+        EXPECT_FALSE(panel()->sendButton()->isEnabled());
+    }
+}
+
 TEST_F(CrashReportPanel, SendingAsAnOrdinaryWindowClosesItAndStopsNoSession)
 {
     const LoopbackServer server;
@@ -596,8 +649,9 @@ TEST_F(CrashReportPanel, CancelStoresTheDateAndCountsAndLeavesTheEmailAlone)
 TEST_F(CrashReportPanel, ClosingTheWindowByItsOwnControlActsAsCancel)
 {
     storeEarlierDate();
-    whenShown([] { panel()->window()->close(); });
+    whenShown([] { closeByItsOwnControl(); });
     EXPECT_TRUE(MBWCrashReportController::reportCrash(u"r"_s));
+    EXPECT_FALSE(isShown());
     EXPECT_TRUE(wasJustStored(storedDate()));
     EXPECT_EQ(defaults()->integerForKey(MBWCrashReporterNumberOfUnreportedCrashesKey), 1);
 }
@@ -719,16 +773,6 @@ TEST_F(CrashReportPanel, AControllerThatIsDestroyedWhileItSendsIsNotCalledBack)
     QTest::qWait(50);
 }
 
-TEST_F(CrashReportPanel, AHostWithoutWindowsIsToldInTheLogAndTheCrashStaysNew)
-{
-    storeEarlierDate();
-    crash();
-    const CapturedStandardError standardError;
-    EXPECT_EQ(ChildProgram({QStringLiteral(HOST_WITHOUT_WINDOWS)}).exitStatus(), 0);
-    EXPECT_TRUE(standardError.text().contains(u"needs a QApplication"));
-    EXPECT_EQ(storedDate(), 1000);
-}
-
 TEST_F(CrashReportPanel, ClosingThePanelDoesNotEndAHostWithoutOtherWindows)
 {
     MBWCrashReportController::setRunAsModal(false);
@@ -751,17 +795,41 @@ TEST_F(CrashReportPanel, AHostThatQuitsWhileThePanelIsModalEnds)
     EXPECT_TRUE(wasShown);
 }
 
-TEST_F(CrashReportPanel, AHostThatQuitsWhileAReportIsBeingSentEnds)
+TEST_F(CrashReportPanel, AHostThatQuitsWhileThePanelIsShownLeavesTheReportForTheNextLaunch)
+{
+    for (const bool isModal : {true, false}) {
+        MBWCrashReportController::setRunAsModal(isModal);
+        storeEarlierDate();
+        crash();
+        QTimer::singleShot(0, qApp, [] { EXPECT_TRUE(MBWCrashReportController::checkForCrash()); });
+        whenShown([] { QCoreApplication::quit(); });
+        EXPECT_EQ(QApplication::exec(), 0);
+        EXPECT_FALSE(isShown());
+        EXPECT_EQ(storedDate(), 1000);
+        EXPECT_FALSE(defaults()->contains(MBWCrashReporterNumberOfUnreportedCrashesKey));
+        EXPECT_TRUE(MBWCrashReporter().checkForCrashLog());
+    }
+}
+
+TEST_F(CrashReportPanel, AHostThatQuitsWhileItSendsEndsAtOnceAndTheReportIsNotCountedAsCancelled)
 {
     const RawServer server(stalling());
     MBWCrashReportController::setCrashReportURL(server.url().toString());
     storeEarlierDate();
-    QTimer::singleShot(0, qApp, [] { MBWCrashReportController::reportCrash(u"r"_s); });
+    QTimer::singleShot(0, qApp, [] { EXPECT_TRUE(MBWCrashReportController::reportCrash(u"r"_s)); });
+    QElapsedTimer sinceQuit;
     whenShown([&] {
         click(panel()->sendButton());
-        when([&] { return server.requests().size() == 1; }, [] { QCoreApplication::exit(5); });
+        when([&] { return server.requests().size() == 1; },
+             [&] {
+                 sinceQuit.start();
+                 QCoreApplication::quit();
+             });
     });
-    EXPECT_EQ(QApplication::exec(), 5);
+    EXPECT_EQ(QApplication::exec(), 0);
+    EXPECT_LT(sinceQuit.elapsed(), 5'000);
+    EXPECT_TRUE(wasJustStored(storedDate()));
+    EXPECT_FALSE(defaults()->contains(MBWCrashReporterNumberOfUnreportedCrashesKey));
 }
 
 TEST_F(CrashReportPanel, AReportThatIsRaisedWhileThePanelIsModalReplacesTheFirstAndOneCancelEndsBoth)

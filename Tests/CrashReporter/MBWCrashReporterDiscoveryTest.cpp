@@ -12,11 +12,14 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QScopeGuard>
 
 #include <cmath>
 #include <csignal>
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -30,6 +33,9 @@ const QString separator = u"\n\n"_s + stars + u"\n\n"_s;
 
 /*! A moment that a float holds exactly, so that tests can place logs right before, at and after it. */
 constexpr double lastReport = 822222208; // 2027-01-21, a multiple of 64
+
+/*! A moment before that of everything that a test makes without setting its date. */
+constexpr double longAgo = 700'000'000; // 2023-03-08
 
 QString entry(const QString &fileName, const QString &report)
 {
@@ -181,6 +187,15 @@ TEST_F(CrashLogDiscovery, WithoutANameNothingIsSearched)
     writeFile(inReports("_1.ips"), "r");
     EXPECT_TRUE(reporter.getLatestCrashLogs().isEmpty());
     EXPECT_EQ(reporter.checkForCrashLog(), std::nullopt);
+}
+
+TEST_F(CrashLogDiscovery, ANameWithANULMatchesNoFile)
+{
+    MBWCrashReporter reporter;
+    reporter.setApplicationNames({u"A"_s + QChar(0) + u"pp"_s, u"App"_s});
+    writeFile(inReports("App_1.ips"), "r", lastReport);
+    writeFile(inReports("Foreign_1.ips"), "of another application", lastReport + 100);
+    EXPECT_EQ(reporter.getLatestCrashLogs(), QStringList{inReports("App_1.ips")});
 }
 
 TEST_F(CrashLogDiscovery, OneFolderCanBeSearchedByItsPath)
@@ -386,7 +401,7 @@ TEST_F(CrashLogDiscovery, AnUnreadableLogIsSkippedAndTheOtherFoldersLogReported)
 
 TEST_F(CrashLogDiscovery, LinksToNowhereAndToThemselvesHideNoLog)
 {
-    writeFile(inReports("App_1"), "r", lastReport);
+    writeFile(inReports("App_1"), "r", longAgo);
     ASSERT_TRUE(QFile::link(u"nowhere"_s, inReports("App_2")));
     ASSERT_TRUE(QFile::link(u"App_3"_s, inReports("App_3")));
     EXPECT_EQ(MBWCrashReporter().checkForCrashLog(), entry(u"App_1"_s, u"r"_s));
@@ -404,7 +419,7 @@ TEST_F(CrashLogDiscovery, ALinkToALogCountsWithItsOwnDate)
 
 TEST_F(CrashLogDiscovery, AFifoADeviceAndAFolderOfAMatchingNameAreNeitherReadNorInTheWay)
 {
-    writeFile(inReports("App_1"), "r", lastReport);
+    writeFile(inReports("App_1"), "r", longAgo);
     ASSERT_EQ(::mkfifo(QFile::encodeName(inReports("App_fifo")).constData(), 0600), 0);
     ASSERT_TRUE(QDir().mkpath(inReports("App_folder")));
     // Only root can make a device; a link to one does as well. Reading /dev/zero would never end.
@@ -466,6 +481,7 @@ TEST_F(CrashLogDiscovery, ALogThatDisappearsWhileItIsLookedAtDoesNoHarm)
     home.crashReporterFolder();
     const pid_t child = ::fork();
     if (child == 0) {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL); // where this test is killed for taking too long
         for (;;) {
             const int file = ::open(path.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
             (void)::write(file, "r", 1);
@@ -473,13 +489,16 @@ TEST_F(CrashLogDiscovery, ALogThatDisappearsWhileItIsLookedAtDoesNoHarm)
             ::unlink(path.constData());
         }
     }
+    const auto ending = qScopeGuard([child] {
+        ::kill(child, SIGKILL);
+        ::waitpid(child, nullptr, 0);
+    });
     int found = 0;
     for (int i = 0; i < 20'000; ++i) {
         const std::optional<QString> report = MBWCrashReporter().checkForCrashLog();
         found += report ? 1 : 0;
         ASSERT_TRUE(!report || *report == entry(u"App_1"_s, u"r"_s));
     }
-    ::kill(child, SIGKILL);
     EXPECT_GT(found, 0);
     EXPECT_LT(found, 20'000);
 }

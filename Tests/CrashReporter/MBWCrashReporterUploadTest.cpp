@@ -14,6 +14,8 @@
 #include <QTest>
 #include <QThread>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 using namespace Marblewick;
 
@@ -135,6 +137,24 @@ TEST_F(CrashReportUpload, TheRequestIsAPostWithItsContentTypeAndTheProductAsUser
     EXPECT_EQ(request.header("Content-Type"), "multipart/form-data; boundary=0xKhTmLbOuNdArY");
     EXPECT_EQ(request.header("User-Agent"), u"Käfer & Co"_s.toUtf8());
     EXPECT_EQ(request.header("Content-Length"), QByteArray::number(request.body.size()));
+}
+
+TEST_F(CrashReportUpload, NoOtherHeaderFieldIsSentThanTheseAndTheHostAndTheLength)
+{
+    const RawServer server([](RawServer::Connection &connection) {
+        connection.readRequest();
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
+    });
+    Outcome outcome;
+    MBWCrashReporter().sendCrashReport(u"R"_s, std::nullopt, {}, server.url(), outcome.handler());
+    ASSERT_TRUE(outcome.arrives());
+    ASSERT_EQ(server.requests().size(), 1);
+    const QByteArray request = server.requests().front();
+    QList<QByteArray> names;
+    for (const QByteArray &line : request.first(request.indexOf("\r\n\r\n")).split('\n').sliced(1))
+        names += line.first(line.indexOf(':'));
+    std::ranges::sort(names);
+    EXPECT_EQ(names, (QList<QByteArray>{"Content-Length", "Content-Type", "Host", "User-Agent"}));
 }
 
 TEST_F(CrashReportUpload, ALineBreakInTheProductNameCannotAddAHeaderField)
@@ -300,6 +320,7 @@ TEST_F(CrashReportUpload, AServerThatStallsBeforeTheAnswerIsATimeOutAfter20Secon
     MBWCrashReporter().sendCrashReport(u"R"_s, std::nullopt, {}, server.url(), outcome.handler());
     ASSERT_TRUE(outcome.arrives(40'000));
     EXPECT_GE(timer.elapsed(), 20'000);
+    EXPECT_LT(timer.elapsed(), 25'000);
     ASSERT_TRUE(outcome.error);
     EXPECT_EQ(outcome.error->code(), NSURLErrorTimedOut);
     EXPECT_TRUE(standardError.text().endsWith(logLine(*outcome.error)));

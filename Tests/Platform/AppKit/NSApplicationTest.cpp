@@ -96,6 +96,18 @@ TEST(ModalSession, ThatIsStoppedRightAfterItsWindowWasHiddenReturnsTheCode)
     EXPECT_EQ(NSApplication::sharedApplication()->runModalForWindow(&window), 1);
 }
 
+TEST(ModalSession, LeavesItsWindowTheModalityThatItHadBefore)
+{
+    QLabel window;
+    window.setWindowModality(Qt::WindowModal);
+    inTheSession([&] {
+        EXPECT_EQ(window.windowModality(), Qt::ApplicationModal);
+        NSApplication::sharedApplication()->stopModalWithCode(0);
+    });
+    NSApplication::sharedApplication()->runModalForWindow(&window);
+    EXPECT_EQ(window.windowModality(), Qt::WindowModal);
+}
+
 TEST(ModalSession, CanBeRunAgainWithTheSameWindow)
 {
     QLabel window;
