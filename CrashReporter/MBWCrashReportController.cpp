@@ -229,6 +229,8 @@ void MBWCrashReportController::sendReport()
         endpoint(), [self = QPointer(this), presentation = m_presentation](const std::optional<NSError> &) {
             if (self && self->m_presentation == presentation)
                 self->closeAfterSending();
+            else if (self)
+                self->m_ui->progress->setRange(0, 1); // The next report is shown by now, and stays.
         });
 }
 

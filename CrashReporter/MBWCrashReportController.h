@@ -38,7 +38,7 @@ class CrashReport;
 class MARBLEWICK_PANELS_EXPORT MBWCrashReportController : public Marblewick::NSWindowController
 {
     Q_OBJECT
-    Q_PROPERTY(QString applicationName READ applicationName CONSTANT)
+    Q_PROPERTY(QString applicationName READ applicationName)
     Q_PROPERTY(QString email READ email)
     Q_PROPERTY(QString description READ description)
 

@@ -19,7 +19,7 @@ constinit const QLatin1StringView MBWCrashReporterNumberOfUnreportedCrashesKey(
 
 namespace {
 
-/*! Far above any real report, and low enough that reading one at launch cannot exhaust the memory. */
+/*! Far above any real report: a file that only has a report's name shall not fill the memory. */
 constexpr qint64 maximumCrashLogSize = 256 * 1024 * 1024;
 
 /*! What stands between the reports of a log that collects several, with 80 asterisks. */

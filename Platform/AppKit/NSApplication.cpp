@@ -40,9 +40,9 @@ public:
 
     bool eventFilter(QObject *watched, QEvent *event) override
     {
-        // A minimised window is hidden by the system (spontaneously) and comes back. The look is queued,
-        // because who hides the window on purpose stops the session right after it.
-        if (event->type() == QEvent::Hide && !event->spontaneous())
+        // The look is queued, because who hides the window on purpose stops the session right after it. (A
+        // minimised window gets this event, too, but does not count as hidden.)
+        if (event->type() == QEvent::Hide)
             QMetaObject::invokeMethod(this, &ModalSession::quitIfWindowIsHidden, Qt::QueuedConnection);
         return QObject::eventFilter(watched, event);
     }

@@ -729,6 +729,7 @@ TEST_F(CrashReportPanel, TheLateEndOfACancelledPanelsUploadDoesNotCloseTheNextRe
         server.letGo();
         QTest::qWait(100);
         wasStillShown = isShown();
+        EXPECT_EQ(panel()->progress()->maximum(), 1) << "nothing is being sent any more";
         click(cancelButton());
     });
     EXPECT_TRUE(MBWCrashReportController::reportCrash(u"second"_s));
