@@ -94,13 +94,13 @@ function(marblewick_public_headers)
     endforeach()
 endfunction()
 
-# <Marblewick/Marblewick.h>: every service's public header.
+# <Marblewick/Marblewick.h>: the public header of every service and of every category.
 function(marblewick_add_umbrella_header)
     get_property(headers GLOBAL PROPERTY MARBLEWICK_INSTALLED_HEADERS)
     set(content "#pragma once\n\n// Every service of the framework.\n")
     foreach(header IN LISTS headers)
         cmake_path(GET header FILENAME name)
-        if(name MATCHES "^MBW")
+        if(name MATCHES "^MBW|[+]")
             string(APPEND content "#include <Marblewick/${name}>\n")
         endif()
     endforeach()

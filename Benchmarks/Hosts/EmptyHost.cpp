@@ -1,20 +1,8 @@
-// An empty Qt Widgets host: shows a window and quits.
+// The host without the library.
 
-#include "Benchmarks/Hosts/PrivateMemory.h"
-
-#include <QApplication>
-#include <QTimer>
-#include <QWidget>
+#include "Benchmarks/Hosts/Host.h"
 
 int main(int argc, char **argv)
 {
-    const QApplication application(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("BenchmarkHost"));
-    QWidget window;
-    window.show();
-    QTimer::singleShot(0, qApp, [] {
-        printPrivateMemory();
-        QApplication::quit();
-    });
-    return QApplication::exec();
+    return runHost(argc, argv, [] {});
 }

@@ -26,8 +26,12 @@ void AutoPilot::lookForWindows()
     for (QWidget *const window : QApplication::topLevelWidgets()) {
         if (!window->isVisible())
             continue;
-        if (window->objectName() == u"CrashReport" && !m_hasSentReport)
-            return useCrashReport(window);
+        if (window->objectName() == u"CrashReport" && !m_hasSentReport) {
+            constexpr int looks = 4; // A person, too, takes a moment to read, in which the preview loads.
+            if (++m_looksAtReport == looks)
+                useCrashReport(window);
+            return;
+        }
         if (window->objectName() == u"MapWindow") {
             savePicture(window, u"host"_s);
             window->close();

@@ -24,5 +24,6 @@ private:
 
     const QString m_pictureFolder;
     QTimer m_timer;
+    int m_looksAtReport = 0;
     bool m_hasSentReport = false;
 };

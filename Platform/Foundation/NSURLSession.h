@@ -24,7 +24,7 @@ struct MARBLEWICK_CORE_EXPORT NSURLSessionConfiguration
     static NSURLSessionConfiguration ephemeralSessionConfiguration();
 
     /*! Bytes of an answer's body after which the task fails with NSURLErrorDataLengthExceedsMaximum. */
-    qint64 maximumResponseSize = 64 * 1024 * 1024;
+    qint64 maximumResponseSize = qint64{64} * 1024 * 1024;
 };
 
 /*! The outcome of a task: either an error, or a response with its data, which may be empty. */

@@ -1,4 +1,5 @@
 #include "Tests/Support/CapturedStandardError.h"
+#include "Tests/Support/ChildProgram.h"
 #include "Tests/Support/LoopbackServer.h"
 #include "Tests/Support/RawServer.h"
 #include "Tests/Support/TemporaryHome.h"
@@ -85,6 +86,37 @@ protected:
 
     const TemporaryHome home;
 };
+
+/*! A server whose answers wait until they are let go. */
+class PatientServer
+{
+public:
+    ~PatientServer() { letGo(); }
+    QString url() const { return m_server.url().toString(); }
+    bool hasReceived() const { return m_server.requests().size() == 1; }
+    void letGo() { m_mayAnswer = true; }
+
+private:
+    std::atomic_bool m_mayAnswer = false;
+    const LoopbackServer m_server{[this](const auto &) {
+        while (!m_mayAnswer)
+            QThread::msleep(1);
+        return LoopbackServer::Answer();
+    }};
+};
+
+/*! Sends a report to a server that does not answer yet, and cancels the panel meanwhile. */
+void sendAndCancel(const PatientServer &server)
+{
+    MBWCrashReportController::setCrashReportURL(server.url());
+    defaults()->setFloat(1000, MBWCrashReporterLastCrashReportDateKey);
+    when([] { return MBWCrashReportController::sharedReporter()->window()->isVisible(); },
+         [] {
+             MBWCrashReportController::sharedReporter()->send();
+             MBWCrashReportController::sharedReporter()->cancel();
+         });
+    EXPECT_TRUE(MBWCrashReportController::reportCrash(u"r"_s));
+}
 
 RawServer::Script stalling()
 {
@@ -606,48 +638,26 @@ TEST_F(CrashReportPanel, CancelReachesTheCrashReporterPropertyWhichThePanelNever
 
 TEST_F(CrashReportPanel, CancelWhileItSendsLeavesTheUploadRunning)
 {
-    std::atomic_bool mayAnswer = false;
-    const LoopbackServer server([&](const auto &) {
-        while (!mayAnswer)
-            QThread::msleep(1);
-        return LoopbackServer::Answer();
-    });
-    MBWCrashReportController::setCrashReportURL(server.url().toString());
-    storeEarlierDate();
+    PatientServer server;
     const CapturedStandardError standardError;
-    whenShown([] {
-        click(panel()->sendButton());
-        click(cancelButton());
-    });
-    EXPECT_TRUE(MBWCrashReportController::reportCrash(u"r"_s));
+    sendAndCancel(server);
     EXPECT_FALSE(isShown());
     EXPECT_EQ(defaults()->integerForKey(MBWCrashReporterNumberOfUnreportedCrashesKey), 1);
-    mayAnswer = true;
-    EXPECT_TRUE(QTest::qWaitFor([&] { return server.requests().size() == 1; }, 5'000));
-    QTest::qWait(50);
-    EXPECT_FALSE(standardError.text().contains(u"Failed"));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return server.hasReceived(); }, 5'000));
+    server.letGo();
+    QTest::qWait(100);
+    EXPECT_FALSE(standardError.text().contains(u"Failed")) << "a cancelled upload would have been logged";
 }
 
 TEST_F(CrashReportPanel, TheLateEndOfACancelledPanelsUploadStopsNoSessionOfAnybodyElses)
 {
-    std::atomic_bool mayAnswer = false;
-    const LoopbackServer server([&](const auto &) {
-        while (!mayAnswer)
-            QThread::msleep(1);
-        return LoopbackServer::Answer();
-    });
-    MBWCrashReportController::setCrashReportURL(server.url().toString());
-    storeEarlierDate();
-    whenShown([] {
-        click(panel()->sendButton());
-        click(cancelButton());
-    });
-    EXPECT_TRUE(MBWCrashReportController::reportCrash(u"r"_s));
+    PatientServer server;
+    sendAndCancel(server);
 
     QLabel somebodyElses;
-    mayAnswer = true;
-    when([&] { return server.requests().size() == 1; },
-         [] {
+    when([&] { return server.hasReceived(); },
+         [&] {
+             server.letGo();
              QTest::qWait(100);
              NSApplication::sharedApplication()->stopModalWithCode(7);
          });
@@ -656,24 +666,13 @@ TEST_F(CrashReportPanel, TheLateEndOfACancelledPanelsUploadStopsNoSessionOfAnybo
 
 TEST_F(CrashReportPanel, TheLateEndOfACancelledPanelsUploadDoesNotCloseTheNextReport)
 {
-    std::atomic_bool mayAnswer = false;
-    const LoopbackServer server([&](const auto &) {
-        while (!mayAnswer)
-            QThread::msleep(1);
-        return LoopbackServer::Answer();
-    });
-    MBWCrashReportController::setCrashReportURL(server.url().toString());
-    storeEarlierDate();
-    whenShown([] {
-        click(panel()->sendButton());
-        click(cancelButton());
-    });
-    EXPECT_TRUE(MBWCrashReportController::reportCrash(u"first"_s));
+    PatientServer server;
+    sendAndCancel(server);
 
     bool wasStillShown = false;
     whenShown([&] {
-        mayAnswer = true;
-        EXPECT_TRUE(QTest::qWaitFor([&] { return server.requests().size() == 1; }, 5'000));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return server.hasReceived(); }, 5'000));
+        server.letGo();
         QTest::qWait(100);
         wasStillShown = isShown();
         click(cancelButton());
@@ -720,6 +719,16 @@ TEST_F(CrashReportPanel, AControllerThatIsDestroyedWhileItSendsIsNotCalledBack)
     QTest::qWait(50);
 }
 
+TEST_F(CrashReportPanel, AHostWithoutWindowsIsToldInTheLogAndTheCrashStaysNew)
+{
+    storeEarlierDate();
+    crash();
+    const CapturedStandardError standardError;
+    EXPECT_EQ(ChildProgram({QStringLiteral(HOST_WITHOUT_WINDOWS)}).exitStatus(), 0);
+    EXPECT_TRUE(standardError.text().contains(u"needs a QApplication"));
+    EXPECT_EQ(storedDate(), 1000);
+}
+
 TEST_F(CrashReportPanel, ClosingThePanelDoesNotEndAHostWithoutOtherWindows)
 {
     MBWCrashReportController::setRunAsModal(false);
@@ -740,6 +749,36 @@ TEST_F(CrashReportPanel, AHostThatQuitsWhileThePanelIsModalEnds)
     whenShown([] { QCoreApplication::exit(5); });
     EXPECT_EQ(QApplication::exec(), 5);
     EXPECT_TRUE(wasShown);
+}
+
+TEST_F(CrashReportPanel, AHostThatQuitsWhileAReportIsBeingSentEnds)
+{
+    const RawServer server(stalling());
+    MBWCrashReportController::setCrashReportURL(server.url().toString());
+    storeEarlierDate();
+    QTimer::singleShot(0, qApp, [] { MBWCrashReportController::reportCrash(u"r"_s); });
+    whenShown([&] {
+        click(panel()->sendButton());
+        when([&] { return server.requests().size() == 1; }, [] { QCoreApplication::exit(5); });
+    });
+    EXPECT_EQ(QApplication::exec(), 5);
+}
+
+TEST_F(CrashReportPanel, AReportThatIsRaisedWhileThePanelIsModalReplacesTheFirstAndOneCancelEndsBoth)
+{
+    storeEarlierDate();
+    bool hasEnded = false;
+    whenShown([&] {
+        QTimer::singleShot(50, qApp, [] {
+            EXPECT_EQ(panel()->crashLogPreviewItem()->crashLog(), u"second"_s);
+            click(cancelButton());
+        });
+        EXPECT_TRUE(MBWCrashReportController::reportCrash(u"second"_s));
+        hasEnded = true;
+    });
+    EXPECT_TRUE(MBWCrashReportController::reportCrash(u"first"_s));
+    EXPECT_TRUE(hasEnded);
+    EXPECT_EQ(defaults()->integerForKey(MBWCrashReporterNumberOfUnreportedCrashesKey), 1);
 }
 
 TEST_F(CrashReportPanel, IsResponsiveWithAReportOf50Megabytes)

@@ -815,16 +815,16 @@ TEST(NSURLSession, StartsThreadAndHTTPLibraryWithTheFirstTaskOnly)
 
 TEST(NSURLSession, KeepsTheHostsSignalsOffItsThread)
 {
-    std::promise<sigset_t> blocked;
+    const auto blocked = std::make_shared<std::promise<sigset_t>>();
     NSURLSession::sessionWithConfiguration(ephemeral())
         ->dataTaskWithRequest(get(QUrl()),
                               [&](const auto &, const auto &, const auto &) {
                                   sigset_t signals;
                                   ::pthread_sigmask(SIG_BLOCK, nullptr, &signals);
-                                  blocked.set_value(signals);
+                                  blocked->set_value(signals);
                               })
         ->resume();
-    const sigset_t signals = blocked.get_future().get();
+    const sigset_t signals = blocked->get_future().get();
     for (int signal : {SIGPIPE, SIGTERM, SIGINT, SIGHUP, SIGCHLD, SIGALRM, SIGUSR1})
         EXPECT_EQ(::sigismember(&signals, signal), 1) << signal;
     for (int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS})

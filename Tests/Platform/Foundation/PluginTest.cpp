@@ -69,7 +69,7 @@ TEST_F(PluginTest, ThatIsNoLibraryIsNamedWithTheReason)
 
 TEST_F(PluginTest, WithoutTheFunctionIsNamedWithTheReason)
 {
-    writeFile(m_folder + plugin, readFile(m_folder + u"libMarblewickCore.so.0"_s));
+    writeFile(m_folder + plugin, readFile(m_libraries + u"marblewick/marblewick-http.so"_s));
     const HostResult result = bundleName();
     EXPECT_EQ(result.output, u"Host\n"_s);
     EXPECT_THAT(result.log.toStdString(), HasSubstr("undefined symbol: marblewickReadPropertyList"));

@@ -35,26 +35,35 @@ void start(const char *url, NSURLSessionCompletion completion)
     session->dataTaskWithRequest(request, std::move(completion))->resume();
 }
 
+std::weak_ptr<QByteArray> heldByCompletion;
+
+/*! Called at exit after all that the framework does there: by then the completion must be gone. */
+void checkThatCompletionIsReleased()
+{
+    if (!heldByCompletion.expired())
+        ::_exit(1);
+}
+
 void startAndAwaitLine(const char *url)
 {
-    // Freed with the transfer, or the leak checker tells.
-    auto held = std::make_shared<QByteArray>(1000, 'x');
+    std::atexit(&checkThatCompletionIsReleased);
+    const auto held = std::make_shared<QByteArray>(1000, 'x');
+    heldByCompletion = held;
     start(url, [held](const auto &, const auto &, const auto &) { std::puts("completed"); });
-    held.reset();
     (void)std::getchar();
 }
 
 int fetch(const char *url)
 {
-    std::promise<void> done;
-    start(url, [&done](const auto &data, const auto &response, const auto &error) {
+    const auto done = std::make_shared<std::promise<void>>();
+    start(url, [done](const auto &data, const auto &response, const auto &error) {
         if (response)
             std::printf("%lld %s\n", response->statusCode, data->constData());
         else
             std::printf("error %lld %s\n", error->code(), qPrintable(error->localizedDescription()));
-        done.set_value();
+        done->set_value();
     });
-    done.get_future().wait();
+    done->get_future().wait();
     std::fflush(stdout);
     return success;
 }
@@ -62,8 +71,10 @@ int fetch(const char *url)
 int forkAndFetch(const char *url)
 {
     const pid_t child = ::fork();
-    if (child == 0)
+    if (child == 0) {
+        heldByCompletion.reset(); // the parent's to release
         std::exit(fetch(url));
+    }
     int status = 0;
     ::waitpid(child, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
@@ -94,5 +105,7 @@ int main(int argc, char **argv)
     if (mode == "exit")
         std::exit(success);
     application.reset();
+    if (mode == "destroy-application")
+        checkThatCompletionIsReleased();
     return success;
 }

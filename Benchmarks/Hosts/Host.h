@@ -1,5 +1,9 @@
 #pragma once
 
+#include <QApplication>
+#include <QTimer>
+#include <QWidget>
+
 #include <cstdio>
 #include <cstring>
 
@@ -17,4 +21,19 @@ inline void printPrivateMemory()
     if (file)
         std::fclose(file);
     std::printf("%ld\n", total);
+}
+
+/*! An empty Qt Widgets host: starts as the one that is measured does, shows a window and quits. */
+inline int runHost(int argc, char **argv, void (*atLaunch)())
+{
+    const QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("BenchmarkHost"));
+    atLaunch();
+    QWidget window;
+    window.show();
+    QTimer::singleShot(0, qApp, [] {
+        printPrivateMemory();
+        QApplication::quit();
+    });
+    return QApplication::exec();
 }
