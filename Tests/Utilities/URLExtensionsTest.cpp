@@ -12,8 +12,8 @@
 #include <bit>
 #include <clocale>
 #include <cmath>
+#include <cstdio>
 #include <limits>
-#include <locale>
 
 using namespace Qt::StringLiterals;
 
@@ -287,7 +287,7 @@ TEST(URLExtensions, PrintsNumbersTheSameInALocaleWithADecimalComma)
                             folder.filePath(u"de_DE.UTF-8"_s)});
     ASSERT_EQ(localedef.exitStatus(), 0);
     ASSERT_TRUE(qputenv("LOCPATH", folder.path().toUtf8()));
-    std::locale::global(std::locale("de_DE.UTF-8")); // The C library's as well.
+    ASSERT_TRUE(std::setlocale(LC_ALL, "de_DE.UTF-8"));
     QLocale::setDefault(QLocale(QLocale::German));
     ASSERT_EQ(printed(2.5F, 1), u"a=2,5"_s);
 
