@@ -239,7 +239,7 @@ TEST(CCEncryptionAssertion, IsThrownAndLoggedWhereTheSaltIsMissing)
     EXPECT_EQ(exception.userInfo()[u"NSAssertMethod"_s],
               u"encryptWithPassword:salt:initializationVector:error:"_s);
     EXPECT_EQ(exception.userInfo()[u"NSAssertObject"_s], u"NSData of 4 bytes"_s);
-    EXPECT_EQ(exception.userInfo()[u"NSAssertFile"_s], u"NSData+CCEncryption.cpp"_s);
+    EXPECT_EQ(exception.userInfo()[u"NSAssertFile"_s], u"NSData+CCEncryption"_s);
     EXPECT_GT(exception.userInfo()[u"NSAssertLine"_s].toInt(), 0);
     EXPECT_THAT(log.text().toStdString(), EndsWith(": Salt must not be NULL\n"));
     EXPECT_THAT(log.text().toStdString(), HasSubstr("encryptWithPassword:salt:initializationVector:error:"));
