@@ -2,5 +2,7 @@
 
 /*! One function for each group of figures; each prints its rows. */
 void benchmarkCheck();
+void benchmarkEncryption();
+void benchmarkHexadecimal();
 void benchmarkLaunch();
 void benchmarkUpload();

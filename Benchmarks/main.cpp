@@ -12,5 +12,7 @@ int main(int argc, char **argv)
     benchmarkCheck();
     benchmarkLaunch();
     benchmarkUpload();
+    benchmarkHexadecimal();
+    benchmarkEncryption();
     return 0;
 }

@@ -51,12 +51,12 @@ void store(NSError *error, qint64 code, const QString &format, int number)
     *error = NSError(MWCommonCryptoErrorDomain, code, {{NSLocalizedDescriptionKey, description}});
 }
 
-void require(bool isGiven, const QString &description, const QString &method, const QByteArray &receiver,
-             const std::source_location &where = std::source_location::current())
+void require(bool isGiven, const QString &description, int line, const QString &method,
+             const QByteArray &receiver)
 {
     if (!isGiven)
         NSAssertionHandler::handleFailureInMethod(method, u"NSData of %1 bytes"_s.arg(receiver.size()),
-                                                  description, where);
+                                                  u"NSData+CCEncryption"_s, line, description);
 }
 
 uint8_t *writable(QByteArray &data) { return reinterpret_cast<uint8_t *>(data.data()); }
@@ -117,8 +117,8 @@ std::optional<QByteArray> encryptWithPassword(const QByteArray &data, const QStr
                                               NSError *error)
 {
     const auto method = u"encryptWithPassword:salt:initializationVector:error:"_s;
-    require(salt, u"Salt must not be NULL"_s, method, data);
-    require(initializationVector, u"IV must not be NULL"_s, method, data);
+    require(salt, u"Salt must not be NULL"_s, __LINE__, method, data);
+    require(initializationVector, u"IV must not be NULL"_s, __LINE__, method, data);
 
     *salt = randomDataOfLength(static_cast<quint64>(MWPBKDFSaltSize), error);
     *initializationVector = randomDataOfLength(kCCBlockSizeAES128, error);
@@ -137,8 +137,8 @@ std::optional<QByteArray> decryptWithPassword(const QByteArray &data, const QStr
                                               NSError *error)
 {
     const auto method = u"decryptWithPassword:salt:initializationVector:error:"_s;
-    require(salt.has_value(), u"Salt must not be NULL"_s, method, data);
-    require(initializationVector.has_value(), u"IV must not be NULL"_s, method, data);
+    require(salt.has_value(), u"Salt must not be NULL"_s, __LINE__, method, data);
+    require(initializationVector.has_value(), u"IV must not be NULL"_s, __LINE__, method, data);
 
     const SecretBytes key(AESKeyForPassword(password, *salt, error));
     QByteArray plaintext;

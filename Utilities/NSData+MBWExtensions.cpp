@@ -94,7 +94,8 @@ QString hexadecimalString(const QByteArray &data)
     QString text(2 * data.size(), Qt::Uninitialized);
     QChar *end = text.data();
     for (const char byte : data) {
-        std::memcpy(static_cast<void *>(end), &hexadecimalPairs[static_cast<unsigned char>(byte)], sizeof(CharacterPair));
+        std::memcpy(static_cast<void *>(end), &hexadecimalPairs[static_cast<unsigned char>(byte)],
+                    sizeof(CharacterPair));
         end += 2;
     }
     return text;

@@ -5,18 +5,16 @@
 
 namespace Marblewick::NSAssertionHandler {
 
-void handleFailureInMethod(const QString &method, const QString &object, const QString &description,
-                           const std::source_location &where)
+void handleFailureInMethod(const QString &method, const QString &object, const QString &file, int lineNumber,
+                           const QString &description)
 {
-    const QString file = QString::fromUtf8(where.file_name()).section(u'/', -1);
-    const int line = static_cast<int>(where.line());
     NSLog(u"*** Assertion failure in %@, receiver %@, %@:%@: %@",
-          {method, object, file, QString::number(line), description});
+          {method, object, file, QString::number(lineNumber), description});
     throw NSException(NSInternalInconsistencyException, description,
                       {{NSAssertMethodKey, method},
                        {NSAssertObjectKey, object},
                        {NSAssertFileKey, file},
-                       {NSAssertLineKey, line}});
+                       {NSAssertLineKey, lineNumber}});
 }
 
 } // namespace Marblewick::NSAssertionHandler

@@ -2,11 +2,9 @@
 
 #include <QString>
 
-#include <source_location>
-
 namespace Marblewick::NSAssertionHandler {
 
-/*! User-info keys of the exception: the method, its receiver, the source file's name (strings) and the line.
+/*! User-info keys of the exception: the method, its receiver, the source file (strings) and the line.
  */
 inline constexpr QLatin1StringView NSAssertMethodKey("NSAssertMethod");
 inline constexpr QLatin1StringView NSAssertObjectKey("NSAssertObject");
@@ -17,7 +15,7 @@ inline constexpr QLatin1StringView NSAssertLineKey("NSAssertLine");
     NSException named NSInternalInconsistencyException, whose reason is `description`. `object` describes the
     receiver without what it holds. Any thread.
 */
-[[noreturn]] void handleFailureInMethod(const QString &method, const QString &object,
-                                        const QString &description, const std::source_location &where);
+[[noreturn]] void handleFailureInMethod(const QString &method, const QString &object, const QString &file,
+                                        int lineNumber, const QString &description);
 
 } // namespace Marblewick::NSAssertionHandler
