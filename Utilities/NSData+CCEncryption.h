@@ -31,7 +31,7 @@ MARBLEWICK_CORE_EXPORT extern const qint64 MWPBKDFSaltSize;
     encrypted.
 
     Of the password's UTF-8 form, only as many bytes enter the key as the password has UTF-16 code units. So
-   of a password beyond ASCII the last characters may not count. An unpaired surrogate counts as U+FFFD.
+   of a password beyond ASCII the last characters may not count. An unpaired surrogate counts as "?".
 
     Keys and the password's UTF-8 form are overwritten after their use. Descriptions of errors are looked up
    in the main bundle; `%d` in them stands for the number. Stateless; any thread. Deriving a key takes some
