@@ -2,6 +2,7 @@
 
 /*! One function for each group of figures; each prints its rows. */
 void benchmarkCheck();
+void benchmarkChecksum();
 void benchmarkEncryption();
 void benchmarkHexadecimal();
 void benchmarkLaunch();

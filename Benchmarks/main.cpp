@@ -14,5 +14,6 @@ int main(int argc, char **argv)
     benchmarkUpload();
     benchmarkHexadecimal();
     benchmarkEncryption();
+    benchmarkChecksum();
     return 0;
 }

@@ -22,7 +22,8 @@ constexpr std::array packageExtensions{
 
 NSFileManager &manager() { return *NSFileManager::defaultManager(); }
 
-/*! The path without symbolic links, so that an item is the same by whatever path; empty for none. */
+QString lastComponent(const QString &path) { return path.mid(path.lastIndexOf(u'/') + 1); }
+
 QString resolved(const QString &path)
 {
     std::array<char, PATH_MAX> buffer;
@@ -31,10 +32,22 @@ QString resolved(const QString &path)
     return NSFileManager::stringWithFileSystemRepresentation(QByteArrayView(found));
 }
 
-/*! What follows the last dot of the path's last component, in lower case; none for a name like ".app". */
-QString extension(const QString &path)
+/*! The name that a folder itself has, by whatever path it is reached. */
+QString ownName(QString path)
 {
-    const QString name = path.mid(path.lastIndexOf(u'/') + 1);
+    while (path.endsWith(u'/'))
+        path.chop(1);
+    const QString name = lastComponent(path);
+    // Resolving looks at every folder above, which in a deep tree takes minutes: only where it must be.
+    const auto attributes = manager().attributesOfItemAtPath(path);
+    const bool isOwn = attributes && attributes->type == NSFileType::Directory && name != "."_L1
+                       && name != ".."_L1;
+    return isOwn ? name : lastComponent(resolved(path));
+}
+
+/*! What follows the last dot of a name, in lower case; none for a name like ".app". */
+QString extension(const QString &name)
+{
     const qsizetype dot = name.lastIndexOf(u'.');
     return dot > 0 ? name.mid(dot + 1).toLower() : QString();
 }
@@ -68,12 +81,11 @@ bool NSWorkspace::isFilePackageAtPath(const QString &fullPath) const
     bool isDirectory = false;
     if (!manager().fileExistsAtPath(fullPath, &isDirectory) || !isDirectory)
         return false;
-    const QString folder = resolved(fullPath);
-    const QString kind = extension(folder);
+    const QString kind = extension(ownName(fullPath));
     if (kind == "framework"_L1)
         return false;
     return std::ranges::find(packageExtensions, kind) != packageExtensions.end() || isAddedExtension(kind)
-           || isBundle(folder) || isAppDir(folder);
+           || isBundle(fullPath) || isAppDir(fullPath);
 }
 
 void NSWorkspace::addFilePackageExtension(const QString &extension)

@@ -87,7 +87,7 @@ TEST_F(IORegistryTest, WirelessIsNoEthernet)
 
 TEST_F(IORegistryTest, InterfacesOfASpecialKindAreNoEthernet)
 {
-    for (const QByteArray &kind :
+    for (const QByteArray kind :
          {"bridge", "bond", "vlan", "vxlan", "macvlan", "bluetooth", "wwan", "gadget", "dsa", "wimax"})
         m_machine.add({.name = kind, .kind = kind});
     EXPECT_THAT(ethernet(), IsEmpty());
@@ -113,7 +113,7 @@ TEST_F(IORegistryTest, EthernetWithoutADeviceIsNotPrimary)
 TEST_F(IORegistryTest, EthernetThatCanBeUnpluggedIsNotPrimary)
 {
     int count = 0;
-    for (const QByteArray &bus : {"usb", "thunderbolt", "firewire", "pcmcia", "sdio", "bluetooth"})
+    for (const QByteArray bus : {"usb", "thunderbolt", "firewire", "pcmcia", "sdio", "bluetooth"})
         m_machine.add({.name = bus, .device = "pci0000:00/0000:00:14.0/" + bus + "1", .bus = bus}), ++count;
     EXPECT_EQ(ethernet().size(), count);
     EXPECT_THAT(primary(), IsEmpty());
