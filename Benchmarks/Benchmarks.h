@@ -2,5 +2,8 @@
 
 /*! One function for each group of figures; each prints its rows. */
 void benchmarkCheck();
+void benchmarkChecksum();
+void benchmarkEncryption();
+void benchmarkHexadecimal();
 void benchmarkLaunch();
 void benchmarkUpload();

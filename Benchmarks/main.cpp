@@ -12,5 +12,8 @@ int main(int argc, char **argv)
     benchmarkCheck();
     benchmarkLaunch();
     benchmarkUpload();
+    benchmarkHexadecimal();
+    benchmarkEncryption();
+    benchmarkChecksum();
     return 0;
 }

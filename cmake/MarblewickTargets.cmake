@@ -94,13 +94,16 @@ function(marblewick_public_headers)
     endforeach()
 endfunction()
 
-# <Marblewick/Marblewick.h>: every service's public header.
+# <Marblewick/Marblewick.h>: every public header but those of Platform/ and the generated ones.
 function(marblewick_add_umbrella_header)
     get_property(headers GLOBAL PROPERTY MARBLEWICK_INSTALLED_HEADERS)
     set(content "#pragma once\n\n// Every service of the framework.\n")
+    set(platform ${PROJECT_SOURCE_DIR}/Platform)
     foreach(header IN LISTS headers)
         cmake_path(GET header FILENAME name)
-        if(name MATCHES "^MBW")
+        cmake_path(IS_PREFIX platform ${header} is_platform)
+        cmake_path(IS_PREFIX MARBLEWICK_FORWARDING_DIR ${header} is_generated)
+        if(NOT is_platform AND NOT is_generated)
             string(APPEND content "#include <Marblewick/${name}>\n")
         endif()
     endforeach()

@@ -1,9 +1,13 @@
 #include "Platform/Foundation/NSFileManager.h"
 
+#include "Platform/Foundation/NSFileHandle.h"
+
 #include <QScopeGuard>
 #include <QStringConverter>
 
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
@@ -47,6 +51,11 @@ NSDate date(const timespec &time)
 {
     return {static_cast<double>(time.tv_sec) - NSTimeIntervalSince1970
             + static_cast<double>(time.tv_nsec) * 1e-9};
+}
+
+NSFileAttributes attributes(const struct stat &status)
+{
+    return {fileType(status.st_mode), status.st_size, date(status.st_mtim), status.st_dev, status.st_ino};
 }
 
 /*! Text from valid UTF-8. Not QString::fromUtf8(), which drops a byte order mark: in a name it is a character
@@ -143,7 +152,39 @@ std::optional<NSFileAttributes> NSFileManager::attributesOfItemAtPath(const QStr
         set(error, errno, path);
         return std::nullopt;
     }
-    return NSFileAttributes{fileType(status.st_mode), status.st_size, date(status.st_mtim)};
+    return attributes(status);
+}
+
+std::optional<NSFileAttributes> NSFileManager::attributesOfResolvedItemAtPath(const QString &path,
+                                                                              NSError *error) const
+{
+    struct stat status = {};
+    if (::stat(fileSystemRepresentationWithPath(path).constData(), &status) != 0) {
+        set(error, errno, path);
+        return std::nullopt;
+    }
+    return attributes(status);
+}
+
+std::optional<QString> NSFileManager::destinationOfSymbolicLinkAtPath(const QString &path,
+                                                                      NSError *error) const
+{
+    std::array<char, PATH_MAX> destination;
+    const ssize_t length = ::readlink(fileSystemRepresentationWithPath(path).constData(), destination.data(),
+                                      destination.size());
+    if (length < 0) {
+        set(error, errno, path);
+        return std::nullopt;
+    }
+    return stringWithFileSystemRepresentation(QByteArrayView(destination.data(), length));
+}
+
+bool NSFileManager::fileExistsAtPath(const QString &path, bool *isDirectory) const
+{
+    const auto item = attributesOfResolvedItemAtPath(path);
+    if (isDirectory)
+        *isDirectory = item && item->type == NSFileType::Directory;
+    return item.has_value();
 }
 
 bool NSFileManager::isRegularFileAtPath(const QString &path) const
@@ -156,46 +197,31 @@ bool NSFileManager::isRegularFileAtPath(const QString &path) const
 std::optional<QByteArray> NSFileManager::contentsAtPath(const QString &path, qint64 maximumSize,
                                                         NSError *error) const
 {
-    const auto failure = [&](int code) {
-        set(error, code, path);
+    const auto tooLarge = [&] {
+        set(error, EFBIG, path);
         return std::nullopt;
     };
-    const QByteArray name = fileSystemRepresentationWithPath(path);
-    struct stat status = {};
-    // Looked at before it is opened, because even opening is felt at the other end of a FIFO or a device,
-    // and afterwards, because by then it may be another item.
-    if (::stat(name.constData(), &status) != 0)
-        return failure(errno);
-    if (!S_ISREG(status.st_mode))
-        return failure(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
-    const int file = ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (file < 0)
-        return failure(errno);
-    const auto closing = qScopeGuard([file] { ::close(file); });
-    if (::fstat(file, &status) != 0)
-        return failure(errno);
-    if (!S_ISREG(status.st_mode))
-        return failure(EINVAL);
-    if (status.st_size > maximumSize)
-        return failure(EFBIG);
+    const auto file = NSFileHandle::fileHandleForReadingAtPath(path, error);
+    if (!file)
+        return std::nullopt;
+    if (file->size() > maximumSize)
+        return tooLarge();
 
     // The size is a hint only: a log may still grow, and files of /proc say 0, some of which give what they
     // have to the first read alone. One byte more than the hint tells the end from a file that grew.
     constexpr qint64 page = 4096;
     QByteArray contents;
     qsizetype filled = 0;
-    contents.resize(qMax(status.st_size + 1, page));
+    contents.resize(qMax(file->size() + 1, page));
     for (;;) {
-        const ssize_t count = ::read(file, contents.data() + filled,
-                                     static_cast<size_t>(contents.size() - filled));
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            return failure(errno);
-        filled += count;
+        const auto room = std::span(contents.data(), static_cast<size_t>(contents.size()));
+        const std::optional<qint64> count = file->readInto(room.subspan(static_cast<size_t>(filled)), error);
+        if (!count)
+            return std::nullopt;
+        filled += *count;
         if (filled > maximumSize)
-            return failure(EFBIG);
-        if (count == 0)
+            return tooLarge();
+        if (*count == 0)
             break;
         if (filled == contents.size())
             contents.resize(contents.size() * 2);

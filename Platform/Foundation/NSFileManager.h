@@ -20,6 +20,9 @@ struct NSFileAttributes
     NSFileType type = NSFileType::Other;
     qint64 size = 0; ///< bytes
     NSDate modificationDate;
+    /*! The file system, and the item in it: together, what stays the same by whatever path it is reached. */
+    quint64 systemNumber = 0;
+    quint64 systemFileNumber = 0;
 };
 
 /*! Operations on files and folders.
@@ -55,6 +58,19 @@ public:
     */
     std::optional<NSFileAttributes> attributesOfItemAtPath(const QString &path,
                                                            NSError *error = nullptr) const;
+
+    /*! The same of what `path` leads to, symbolic links followed. */
+    std::optional<NSFileAttributes> attributesOfResolvedItemAtPath(const QString &path,
+                                                                   NSError *error = nullptr) const;
+
+    /*! Where a symbolic link points to, as it is written in it. Nil, with `error` set, where it is none. */
+    std::optional<QString> destinationOfSymbolicLinkAtPath(const QString &path,
+                                                           NSError *error = nullptr) const;
+
+    /*! Whether there is anything at `path`, symbolic links followed: one that leads nowhere is nothing.
+        `isDirectory` receives whether it is a folder.
+    */
+    bool fileExistsAtPath(const QString &path, bool *isDirectory = nullptr) const;
 
     /*! Whether `path`, symbolic links followed, is a regular file. */
     bool isRegularFileAtPath(const QString &path) const;

@@ -23,15 +23,15 @@ QString absolutePathFromEnvironment(const char *variable)
     return NSFileManager::stringWithFileSystemRepresentation(value);
 }
 
-QString homeFromUserDatabase()
+/*! One field of a user's entry in the user database; empty where there is no such entry. */
+QByteArray fromUserDatabase(uid_t user, char *passwd::*field)
 {
     std::vector<char> buffer(16384);
     passwd entry{};
     passwd *found = nullptr;
-    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) != 0 || !found
-        || !found->pw_dir || found->pw_dir[0] != '/')
+    if (::getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) != 0 || !found)
         return {};
-    return NSFileManager::stringWithFileSystemRepresentation(found->pw_dir);
+    return found->*field;
 }
 
 QString folder(const char *variable, const QString &belowHome, bool expandTilde)
@@ -60,10 +60,17 @@ QStringList NSSearchPathForDirectoriesInDomains(NSSearchPathDirectory directory,
 
 QString NSHomeDirectory()
 {
-    QString home = absolutePathFromEnvironment("HOME");
-    if (home.isEmpty())
-        home = homeFromUserDatabase();
-    return home.isEmpty() ? u"/"_s : home;
+    const QString home = absolutePathFromEnvironment("HOME");
+    if (!home.isEmpty())
+        return home;
+    const QByteArray path = fromUserDatabase(::getuid(), &passwd::pw_dir);
+    return path.startsWith('/') ? NSFileManager::stringWithFileSystemRepresentation(path) : u"/"_s;
+}
+
+QString NSUserName()
+{
+    const QByteArray name = fromUserDatabase(::geteuid(), &passwd::pw_name);
+    return QString::fromUtf8(name.isEmpty() ? qgetenv("USER") : name);
 }
 
 QString NSTemporaryDirectory()

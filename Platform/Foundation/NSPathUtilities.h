@@ -5,7 +5,7 @@
 #include <QString>
 #include <QStringList>
 
-/*! Where things lie. Paths are absolute and without a trailing slash. Any thread. */
+/*! Where things lie, and whose they are. Paths are absolute and without a trailing slash. Any thread. */
 namespace Marblewick {
 
 enum class NSSearchPathDirectory {
@@ -28,6 +28,9 @@ MARBLEWICK_CORE_EXPORT QStringList NSSearchPathForDirectoriesInDomains(NSSearchP
 
 /*! The user's home folder: `$HOME`, else the one of the user database, else "/". */
 MARBLEWICK_CORE_EXPORT QString NSHomeDirectory();
+
+/*! The login name of the user that this process acts for: the one of the user database, else `$USER`. */
+MARBLEWICK_CORE_EXPORT QString NSUserName();
 
 /*! The user's folder for temporary files: `$TMPDIR`, else "/tmp". */
 MARBLEWICK_CORE_EXPORT QString NSTemporaryDirectory();

@@ -1,4 +1,7 @@
 #include <Marblewick/NSBundle.h>
+#include <Marblewick/NSData+CCEncryption.h>
+#include <Marblewick/NSData+MBWExtensions.h>
+#include <Marblewick/NSException.h>
 #include <Marblewick/NSFileManager.h>
 #include <Marblewick/NSOperationQueue.h>
 #include <Marblewick/NSUserDefaults.h>
@@ -40,6 +43,28 @@ int stopWithLock(const QByteArray &lock)
     return std::raise(SIGSTOP);
 }
 
+/*! The digest of a text, or why there is none. */
+QByteArray digestOrReason(const QString &text)
+try {
+    return MBWExtensions::SHA1Digest(text.toUtf8()).toHex();
+} catch (const NSException &exception) {
+    return exception.what();
+}
+
+/*! The codes of the errors of a derivation and an encryption. */
+QByteArray encryptionErrors()
+{
+    NSError keyError;
+    CCEncryption::AESKeyForPassword(QStringLiteral("secret"), "saltsalt", &keyError);
+    NSError error;
+    QByteArray salt;
+    QByteArray vector;
+    const auto ciphertext = CCEncryption::encryptWithPassword("text", QStringLiteral("secret"), &salt,
+                                                              &vector, &error);
+    return QByteArray::number(keyError.code()) + ' ' + QByteArray::number(error.code())
+           + (ciphertext ? " encrypted" : " nil");
+}
+
 } // namespace
 
 /*! A host application as a process of its own, for tests of what happens between or to processes. */
@@ -64,5 +89,9 @@ int main(int argc, char **argv)
         const QVariant value = NSBundle::mainBundle()->infoDictionary().value(arguments[1]);
         return std::puts(NSFileManager::fileSystemRepresentationWithPath(value.toString()).constData()) < 0;
     }
+    if (command == u"digest" && arguments.size() == 2)
+        return std::puts(digestOrReason(arguments[1]).constData()) < 0;
+    if (command == u"encrypt")
+        return std::puts(encryptionErrors().constData()) < 0;
     return 2;
 }

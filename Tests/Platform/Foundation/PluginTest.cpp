@@ -9,10 +9,12 @@
 
 using namespace Qt::StringLiterals;
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 namespace {
 
 const auto plugin = u"marblewick/marblewick-plist.so"_s;
+const auto cryptoPlugin = u"marblewick/marblewick-crypto.so"_s;
 
 /*! A host with an Info.plist and a copy of the Core library, in whose folder no plugins lie yet. */
 class PluginTest : public ::testing::Test
@@ -73,4 +75,30 @@ TEST_F(PluginTest, WithoutTheFunctionIsNamedWithTheReason)
     const HostResult result = bundleName();
     EXPECT_EQ(result.output, u"Host\n"_s);
     EXPECT_THAT(result.log.toStdString(), HasSubstr("undefined symbol: marblewickReadPropertyList"));
+}
+
+TEST_F(PluginTest, OfDigestsIsFoundInTheFolderBesideTheLibrary)
+{
+    writeFile(m_folder + plugin, readFile(m_libraries + plugin));
+    writeFile(m_folder + cryptoPlugin, readFile(m_libraries + cryptoPlugin));
+    const HostResult result = runFoundationHost(m_host, {u"digest"_s, u"abc"_s}, m_environment);
+    EXPECT_EQ(result.output, u"a9993e364706816aba3e25717850c26c9cd0d89d\n"_s);
+    EXPECT_EQ(result.log, QString());
+}
+
+TEST_F(PluginTest, OfDigestsThatIsMissingThrowsTheReason)
+{
+    const HostResult result = runFoundationHost(m_host, {u"digest"_s, u"abc"_s}, m_environment);
+    EXPECT_THAT(result.output.toStdString(),
+                StartsWith("NSInternalInconsistencyException: The plugin " + m_folder.toStdString()));
+    EXPECT_THAT(result.output.toStdString(), HasSubstr("No such file or directory"));
+    EXPECT_THAT(result.log.toStdString(), HasSubstr((m_folder + cryptoPlugin).toStdString()));
+}
+
+TEST_F(PluginTest, OfCiphersThatIsMissingFailsWithAStatusAndIsNamedOnce)
+{
+    const HostResult result = runFoundationHost(m_host, {u"encrypt"_s}, m_environment);
+    EXPECT_EQ(result.output, u"10001 -4308 nil\n"_s);
+    EXPECT_EQ(result.log.count(u" could not be loaded: "_s), 1) << qPrintable(result.log);
+    EXPECT_EQ(result.log.count(u"Unable to create AES key for password: -4308\n"_s), 2);
 }

@@ -1,0 +1,103 @@
+#include "Platform/AppKit/NSWorkspace.h"
+
+#include "Platform/Foundation/NSFileManager.h"
+
+#include <QMutexLocker>
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cstdlib>
+
+using namespace Qt::StringLiterals;
+
+namespace Marblewick {
+
+namespace {
+
+constexpr std::array packageExtensions{
+    "app"_L1,    "appex"_L1,    "bundle"_L1, "kext"_L1,  "mpkg"_L1, "pkg"_L1,
+    "plugin"_L1, "prefpane"_L1, "rtfd"_L1,   "saver"_L1, "wdgt"_L1, "xpc"_L1,
+};
+
+NSFileManager &manager() { return *NSFileManager::defaultManager(); }
+
+QString lastComponent(const QString &path) { return path.mid(path.lastIndexOf(u'/') + 1); }
+
+QString resolved(const QString &path)
+{
+    std::array<char, PATH_MAX> buffer;
+    const char *found = ::realpath(NSFileManager::fileSystemRepresentationWithPath(path).constData(),
+                                   buffer.data());
+    return NSFileManager::stringWithFileSystemRepresentation(QByteArrayView(found));
+}
+
+/*! The name that a folder itself has, by whatever path it is reached. */
+QString ownName(QString path)
+{
+    while (path.endsWith(u'/'))
+        path.chop(1);
+    const QString name = lastComponent(path);
+    // Resolving looks at every folder above, which in a deep tree takes minutes: only where it must be.
+    const auto attributes = manager().attributesOfItemAtPath(path);
+    const bool isOwn = attributes && attributes->type == NSFileType::Directory && name != "."_L1
+                       && name != ".."_L1;
+    return isOwn ? name : lastComponent(resolved(path));
+}
+
+/*! What follows the last dot of a name, in lower case; none for a name like ".app". */
+QString extension(const QString &name)
+{
+    const qsizetype dot = name.lastIndexOf(u'.');
+    return dot > 0 ? name.mid(dot + 1).toLower() : QString();
+}
+
+bool isBundle(const QString &folder)
+{
+    return manager().isRegularFileAtPath(folder + "/Contents/Info.plist"_L1);
+}
+
+bool isAppDir(const QString &folder)
+{
+    if (!manager().isRegularFileAtPath(folder + "/AppRun"_L1))
+        return false;
+    bool hasDesktopFile = false;
+    manager().enumerateContentsOfDirectoryAtPath(folder, [&](QByteArrayView name) {
+        hasDesktopFile = hasDesktopFile || (name.endsWith(".desktop") && name != ".desktop");
+    });
+    return hasDesktopFile;
+}
+
+} // namespace
+
+NSWorkspace *NSWorkspace::sharedWorkspace()
+{
+    static NSWorkspace workspace;
+    return &workspace;
+}
+
+bool NSWorkspace::isFilePackageAtPath(const QString &fullPath) const
+{
+    bool isDirectory = false;
+    if (!manager().fileExistsAtPath(fullPath, &isDirectory) || !isDirectory)
+        return false;
+    const QString kind = extension(ownName(fullPath));
+    if (kind == "framework"_L1)
+        return false;
+    return std::ranges::find(packageExtensions, kind) != packageExtensions.end() || isAddedExtension(kind)
+           || isBundle(fullPath) || isAppDir(fullPath);
+}
+
+void NSWorkspace::addFilePackageExtension(const QString &extension)
+{
+    const QMutexLocker locker(&m_mutex);
+    m_addedExtensions.insert(extension.toLower());
+}
+
+bool NSWorkspace::isAddedExtension(const QString &extension) const
+{
+    const QMutexLocker locker(&m_mutex);
+    return m_addedExtensions.contains(extension);
+}
+
+} // namespace Marblewick

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <functional>
+#include <string>
+
+// What the commands read and write. File names are bytes, whatever their encoding.
+
+/*! Prints `<digest in hexadecimal>  <name>`. As with sha1sum, a name with a backslash or a line break has
+   them escaped and a backslash before the line, so that a name is always one line and sha1sum can check it.
+*/
+void printDigest(const QByteArray &digest, const std::string &name);
+
+/*! Prints `marblewick: <text>` to standard error. */
+void complain(const QString &text);
+void complainAbout(const std::string &fileName, const QString &reason);
+
+/*! Hands over the bytes of a file, or of standard input for "-", in pieces of less than 1 MiB. False, with a
+    complaint, where it cannot be opened or reading breaks off.
+*/
+bool readInput(const std::string &fileName, const std::function<void(QByteArrayView piece)> &take);
+
+/*! False, with a complaint, where not everything that was printed could be written. */
+bool finishOutput();

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "Platform/Foundation/NSFileManager.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <map>
+#include <utility>
+#include <vector>
+
+/*! The checksums that one call of checksumForFileAtPath() computes, each once. Belongs to one thread. */
+class FileChecksums
+{
+public:
+    explicit FileChecksums(const Marblewick::NSFileManager *manager);
+
+    /*! 20 bytes; none where the item has no checksum. */
+    QByteArray checksumOfItemAtPath(const QString &path);
+
+private:
+    struct Item;
+    /*! An item as a folder's listing yields it. */
+    struct Entry
+    {
+        const Item *item;
+        bool isDescendedInto; ///< a link is not, whatever it leads to
+    };
+    struct Item
+    {
+        QByteArray checksum; ///< empty while it is being computed, too
+        std::vector<Entry> entries; ///< of a folder
+    };
+    using Identity = std::pair<quint64, quint64>;
+
+    Item *computedItem(const QString &path, const Marblewick::NSFileAttributes &attributes);
+    QByteArray checksumOfFolder(const QString &path, Item *folder);
+    void addEntry(const QString &path, Item *folder);
+
+    const Marblewick::NSFileManager *m_manager;
+    std::map<Identity, Item> m_items;
+};
