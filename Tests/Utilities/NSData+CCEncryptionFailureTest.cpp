@@ -139,6 +139,21 @@ TEST(CCEncryptionFailure, OfTheKeyDerivationDoesNotStopTheEncryption)
     expectError(error, 10001, u"Unable to create AES key for password: -4308"_s);
 }
 
+TEST(CCEncryptionFailure, OfTheKeyDerivationDoesNotStopTheDecryption)
+{
+    const CapturedStandardError log;
+    const RefusedCall refused(RefusedCall::KeyDerivation);
+    QByteArray newSalt;
+    QByteArray newVector;
+    const auto encrypted = encryptWithPassword("text", u"secret"_s, &newSalt, &newVector);
+    ASSERT_TRUE(encrypted.has_value());
+    NSError error;
+    // Both worked with the key that is returned all the same.
+    EXPECT_EQ(decryptWithPassword(*encrypted, u"secret"_s, newSalt, newVector, &error), "text");
+    expectError(error, 10001, u"Unable to create AES key for password: -4308"_s);
+    EXPECT_EQ(log.text().count(u"Unable to create AES key for password: -4308\n"_s), 2);
+}
+
 TEST(CCEncryptionFailure, OfTheCipherEndsTheEncryptionWithTheStatusAndKeepsSaltAndVector)
 {
     const CapturedStandardError log;
