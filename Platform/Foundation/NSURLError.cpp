@@ -1,7 +1,6 @@
-#include "Platform/Foundation/HTTP/HTTPError.h"
+#include "Platform/Foundation/NSURLError.h"
 
 #include "Platform/Foundation/NSBundle.h"
-#include "Platform/Foundation/NSURLError.h"
 
 using namespace Qt::StringLiterals;
 
