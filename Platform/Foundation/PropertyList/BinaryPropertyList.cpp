@@ -1,0 +1,216 @@
+#include "Platform/Foundation/PropertyList/BinaryPropertyList.h"
+
+#include <QtEndian>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace Marblewick {
+
+namespace {
+
+constexpr QLatin1StringView magic("bplist0"); // a digit that does not matter follows
+constexpr qsizetype headerSize = 8;
+constexpr qsizetype trailerSize = 32;
+
+/*! The unsigned number that up to 8 bytes hold, the highest first. */
+quint64 number(QByteArrayView bytes)
+{
+    quint64 value = 0;
+    for (const char byte : bytes)
+        value = value << 8 | static_cast<quint8>(byte);
+    return value;
+}
+
+/*! Whether numbers up to `largest` can be written in `size` bytes. */
+bool isWideEnough(quint64 size, quint64 largest)
+{
+    return size >= 1 && size <= 8 && (size == 8 || largest >> (8 * size) == 0);
+}
+
+} // namespace
+
+std::optional<BinaryPropertyList> BinaryPropertyList::open(QByteArrayView bytes)
+{
+    if (bytes.size() < headerSize + trailerSize || !bytes.startsWith(magic))
+        return std::nullopt;
+    const QByteArrayView trailer = bytes.last(trailerSize);
+    const quint64 offsetSize = number(trailer.sliced(6, 1));
+    const quint64 referenceSize = number(trailer.sliced(7, 1));
+    const quint64 count = number(trailer.sliced(8, 8));
+    const quint64 top = number(trailer.sliced(16, 8));
+    const quint64 table = number(trailer.sliced(24, 8));
+
+    const quint64 room = static_cast<quint64>(bytes.size() - trailerSize);
+    if (count == 0 || top >= count || table <= headerSize || table > room)
+        return std::nullopt;
+    if (!isWideEnough(offsetSize, table - 1) || !isWideEnough(referenceSize, count - 1))
+        return std::nullopt;
+    if (count > room || count * offsetSize != room - table)
+        return std::nullopt;
+
+    BinaryPropertyList list;
+    list.m_objects = bytes.first(static_cast<qsizetype>(table));
+    list.m_offsets = bytes.sliced(static_cast<qsizetype>(table)).chopped(trailerSize);
+    list.m_offsetSize = static_cast<qsizetype>(offsetSize);
+    list.m_referenceSize = static_cast<qsizetype>(referenceSize);
+    list.m_count = static_cast<qsizetype>(count);
+    list.m_top = static_cast<Object>(top);
+    for (Object object = 0; object < list.m_count; ++object) {
+        if (!list.content(object))
+            return std::nullopt;
+    }
+    return list;
+}
+
+/*! The bytes of an object's content, which must not reach into the table of offsets. */
+std::optional<QByteArrayView> BinaryPropertyList::bytes(qsizetype start, qsizetype count) const
+{
+    if (count > m_objects.size() - start)
+        return std::nullopt;
+    return m_objects.sliced(start, count);
+}
+
+std::optional<BinaryPropertyList::Content> BinaryPropertyList::content(Object object) const
+{
+    if (object < 0 || object >= m_count)
+        return std::nullopt;
+    const quint64 offset = number(m_offsets.sliced(object * m_offsetSize, m_offsetSize));
+    if (offset < headerSize || offset >= static_cast<quint64>(m_objects.size()))
+        return std::nullopt;
+    const auto start = static_cast<qsizetype>(offset);
+    const auto first = static_cast<quint8>(m_objects[start]);
+    return Content{static_cast<quint8>(first >> 4), static_cast<quint8>(first & 0xf), start + 1};
+}
+
+/*! 0 for what does not consist of units. */
+qsizetype BinaryPropertyList::unitSize(quint8 kind) const
+{
+    switch (kind) {
+    case ASCIIStringKind:
+        return 1;
+    case UTF16StringKind:
+        return 2;
+    case ArrayKind:
+        return m_referenceSize;
+    case DictionaryKind:
+        return 2 * m_referenceSize;
+    default:
+        return 0;
+    }
+}
+
+/*! Nil where an object has no units, or they do not lie within the objects. */
+std::optional<BinaryPropertyList::Units> BinaryPropertyList::units(Object object) const
+{
+    const auto item = content(object);
+    const qsizetype size = item ? unitSize(item->kind) : 0;
+    if (size == 0)
+        return std::nullopt;
+    Units result{item->kind, item->low, item->start};
+    if (item->low == 0xf) { // The count follows as an integer.
+        const int marker = item->start < m_objects.size() ? static_cast<quint8>(m_objects[item->start]) : 0;
+        if (marker < 0x10 || marker > 0x13)
+            return std::nullopt;
+        const qsizetype width = qsizetype(1) << (marker & 0xf);
+        const auto count = bytes(item->start + 1, width);
+        if (!count || number(*count) > static_cast<quint64>(m_objects.size()))
+            return std::nullopt;
+        result.count = static_cast<qsizetype>(number(*count));
+        result.start = item->start + 1 + width;
+    }
+    return result.count <= (m_objects.size() - result.start) / size ? std::optional(result) : std::nullopt;
+}
+
+std::optional<qint64> BinaryPropertyList::integer(Object object) const
+{
+    const auto item = content(object);
+    if (!item || item->kind != IntegerKind || item->low > 4)
+        return std::nullopt;
+    const auto stored = bytes(item->start, qsizetype(1) << item->low);
+    if (!stored)
+        return std::nullopt;
+    const QByteArrayView low = stored->last(std::min<qsizetype>(stored->size(), 8));
+    const auto value = static_cast<qint64>(number(low)); // 1, 2 and 4 bytes are unsigned, 8 are signed.
+    if (item->low == 4 && number(stored->first(8)) != (value < 0 ? ~quint64(0) : 0))
+        return std::nullopt;
+    return value;
+}
+
+std::optional<bool> BinaryPropertyList::boolean(Object object) const
+{
+    const auto item = content(object);
+    if (!item || item->kind != SimpleKind || (item->low != 8 && item->low != 9))
+        return std::nullopt;
+    return item->low == 9;
+}
+
+std::optional<quint32> BinaryPropertyList::uid(Object object) const
+{
+    const auto item = content(object);
+    if (!item || item->kind != UIDKind || item->low > 7)
+        return std::nullopt;
+    const auto stored = bytes(item->start, item->low + 1);
+    if (!stored || number(*stored) > UINT32_MAX)
+        return std::nullopt;
+    return static_cast<quint32>(number(*stored));
+}
+
+std::optional<QString> BinaryPropertyList::string(Object object) const
+{
+    const auto characters = units(object);
+    if (!characters)
+        return std::nullopt;
+    const char *const first = m_objects.data() + characters->start;
+    if (characters->kind == UTF16StringKind) {
+        QString text(characters->count, Qt::Uninitialized);
+        qFromBigEndian<char16_t>(first, characters->count, text.data());
+        return text;
+    }
+    const QByteArrayView ascii(first, characters->count);
+    const auto isASCII = [](char byte) { return static_cast<quint8>(byte) < 0x80; };
+    if (characters->kind != ASCIIStringKind || !std::ranges::all_of(ascii, isASCII))
+        return std::nullopt;
+    return QString::fromLatin1(ascii);
+}
+
+bool BinaryPropertyList::isString(Object object, QLatin1StringView text) const
+{
+    const auto characters = units(object);
+    return characters && characters->count == text.size() && string(object) == text;
+}
+
+BinaryPropertyList::Object BinaryPropertyList::reference(qsizetype start, qsizetype index) const
+{
+    const quint64 object = number(m_objects.sliced(start + index * m_referenceSize, m_referenceSize));
+    return object < static_cast<quint64>(m_count) ? static_cast<Object>(object) : danglingObject;
+}
+
+BinaryPropertyList::Object BinaryPropertyList::objectAtIndex(Object array, qsizetype index) const
+{
+    const auto items = units(array);
+    if (!items || items->kind != ArrayKind || index >= items->count)
+        return noObject;
+    return reference(items->start, index);
+}
+
+BinaryPropertyList::Object BinaryPropertyList::objectForKey(Object dictionary, QLatin1StringView key) const
+{
+    const auto entries = units(dictionary);
+    if (!entries || entries->kind != DictionaryKind)
+        return noObject;
+    for (qsizetype i = 0; i < entries->count; ++i) {
+        if (isString(reference(entries->start, i), key))
+            return reference(entries->start, entries->count + i);
+    }
+    return noObject;
+}
+
+qsizetype BinaryPropertyList::byteCount(Object object) const
+{
+    const auto content = units(object);
+    return content ? content->count * unitSize(content->kind) : 0;
+}
+
+} // namespace Marblewick
