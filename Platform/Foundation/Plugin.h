@@ -1,5 +1,7 @@
 #pragma once
 
+#include <Marblewick/MarblewickCoreExport.h>
+
 #include <QFunctionPointer>
 #include <QString>
 
@@ -11,6 +13,7 @@ namespace Marblewick {
     library that holds this function. Null, with a sentence for people in `reason`, where the plugin or the
     function is missing. Any thread.
 */
-QFunctionPointer resolveInPlugin(const char *plugin, const char *function, QString *reason);
+MARBLEWICK_CORE_EXPORT QFunctionPointer resolveInPlugin(const char *plugin, const char *function,
+                                                        QString *reason);
 
 } // namespace Marblewick
