@@ -6,6 +6,8 @@
 #include <QDir>
 #include <QProcess>
 
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 
 QString Host::demoFolder() { return QDir::cleanPath(QCoreApplication::applicationDirPath() + u"/../demo"_s); }
@@ -27,7 +29,7 @@ QString Host::crashLogFolder() const { return m_home + u"/state/Logs/DiagnosticR
 
 QString Host::defaultsFile() const { return m_home + u"/config/Cartographer/defaults.json"_s; }
 
-bool Host::launch(const QString &reportURL) const
+bool Host::launch(const QStringList &options) const
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"XDG_STATE_HOME"_s, m_home + u"/state"_s);
@@ -35,7 +37,7 @@ bool Host::launch(const QString &reportURL) const
     environment.insert(u"XDG_DATA_HOME"_s, m_home + u"/data"_s);
     environment.insert(u"TMPDIR"_s, m_home + u"/tmp"_s);
     environment.insert(u"no_proxy"_s, u"127.0.0.1"_s);
-    QStringList arguments{u"--report-url"_s, reportURL};
+    QStringList arguments = options;
     if (!hasDisplay()) {
         environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
         environment.insert(u"XDG_RUNTIME_DIR"_s, m_home + u"/tmp"_s);
@@ -43,6 +45,8 @@ bool Host::launch(const QString &reportURL) const
                            u"default.warning=false"_s); // what offscreen windows cannot do
         arguments += {u"--drive"_s, demoFolder()};
     }
+    if (::geteuid() == 0) // The web engine does not run as root with the sandbox of its processes.
+        environment.insert(u"QTWEBENGINE_DISABLE_SANDBOX"_s, u"1"_s);
 
     QProcess host;
     host.setProcessEnvironment(environment);

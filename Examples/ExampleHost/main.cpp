@@ -5,6 +5,7 @@
 #include "MapWindow.h"
 
 #include <Marblewick/MBWCrashReportController.h>
+#include <Marblewick/MBWSWUpdateChecker.h>
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -13,6 +14,13 @@
 #include <memory>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+/*! The number of this release, 1.4, by which the maker's feed is compared. */
+constexpr qint64 releaseNumber = 140;
+
+} // namespace
 
 int main(int argc, char **argv)
 {
@@ -29,7 +37,12 @@ int main(int argc, char **argv)
                                        u"https://crash.example.com/report"_s);
     const QCommandLineOption pictures(
         u"drive"_s, u"Be used by a program, which saves a picture of each window."_s, u"folder"_s);
-    arguments.addOptions({reportURL, pictures});
+    const QCommandLineOption feedURL(u"feed-url"_s, u"Where the record of the latest release is."_s,
+                                     u"url"_s);
+    const QCommandLineOption updateAnswer(
+        u"update-answer"_s, u"What the program that drives the host does when there is a new release."_s,
+        u"answer"_s, u"remind-later"_s);
+    arguments.addOptions({reportURL, pictures, feedURL, updateAnswer});
     arguments.addHelpOption();
     arguments.process(application);
 
@@ -42,5 +55,13 @@ int main(int argc, char **argv)
 
     MapWindow window;
     window.show();
+
+    std::shared_ptr<MBWSWUpdateChecker> updateChecker;
+    if (arguments.isSet(feedURL)) {
+        updateChecker = MBWSWUpdateChecker::initWithCurrentVersion(releaseNumber,
+                                                                   QUrl(arguments.value(feedURL)));
+        if (autoPilot)
+            autoPilot->followUpdate(updateChecker.get(), arguments.value(updateAnswer));
+    }
     return QApplication::exec();
 }
