@@ -65,9 +65,9 @@ TEST_F(NSKeyedArchiverAndPlistlib, HasObjectsInTheOrderOfTheirFirstReferenceAndT
     note.number = -7;
     EXPECT_EQ(seen(note, u"*a['$objects'], sep='\\n'"_s),
               "$null\n"
-              "{'$$class': 0, '$class': UID(6), 'link': UID(3), 'number': -7, 'title': UID(2)}\n"
+              "{'title': UID(2), 'link': UID(3), 'number': -7, '$$class': 0, '$class': UID(6)}\n"
               "Käfer\n"
-              "{'$class': UID(5), 'NS.base': UID(0), 'NS.relative': UID(4)}\n"
+              "{'NS.base': UID(0), 'NS.relative': UID(4), '$class': UID(5)}\n"
               "https://example.com\n"
               "{'$classes': ['NSURL', 'NSObject'], '$classname': 'NSURL'}\n"
               "{'$classes': ['Note', 'NSObject'], '$classname': 'Note'}");
