@@ -20,6 +20,11 @@ constexpr std::array packageExtensions{
     "plugin"_L1, "prefpane"_L1, "rtfd"_L1,   "saver"_L1, "wdgt"_L1, "xpc"_L1,
 };
 
+constexpr std::array refusedSchemes{
+    "about"_L1,      "blob"_L1, "data"_L1,     "file"_L1,        "filesystem"_L1,
+    "javascript"_L1, "qrc"_L1,  "vbscript"_L1, "view-source"_L1,
+};
+
 NSFileManager &manager() { return *NSFileManager::defaultManager(); }
 
 QString lastComponent(const QString &path) { return path.mid(path.lastIndexOf(u'/') + 1); }
@@ -98,6 +103,15 @@ bool NSWorkspace::isAddedExtension(const QString &extension) const
 {
     const QMutexLocker locker(&m_mutex);
     return m_addedExtensions.contains(extension);
+}
+
+bool NSWorkspace::openURL(const QUrl &url)
+{
+    const QString scheme = url.scheme(); // in lower case
+    if (!url.isValid() || scheme.isEmpty()
+        || std::ranges::find(refusedSchemes, scheme) != refusedSchemes.end())
+        return false;
+    return m_urlOpener && m_urlOpener(url);
 }
 
 } // namespace Marblewick

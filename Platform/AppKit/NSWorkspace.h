@@ -5,10 +5,13 @@
 #include <QMutex>
 #include <QSet>
 #include <QString>
+#include <QUrl>
+
+#include <functional>
 
 namespace Marblewick {
 
-/*! What the desktop makes of files. Any thread. */
+/*! What the desktop makes of files and addresses. Any thread, but for openURL(). */
 class MARBLEWICK_CORE_EXPORT NSWorkspace
 {
 public:
@@ -31,6 +34,20 @@ public:
     */
     void addFilePackageExtension(const QString &extension);
 
+    /*! Opens an address with the user's program for it: a browser, a mailer, a store. Main thread.
+
+        Addresses that lead into this machine or hold what would be run are refused: the schemes `file`,
+       `data`, `javascript` and their like, an address without a scheme and an invalid one, which stands for
+       nil. False for these, where the desktop knows no program for it, and without a QGuiApplication.
+    */
+    bool openURL(const QUrl &url);
+
+    /*! Who asks the desktop to open an address that was not refused. The library of panels sets it when it is
+        loaded; without one nothing can be opened.
+    */
+    using URLOpener = std::function<bool(const QUrl &url)>;
+    void setURLOpener(URLOpener opener) { m_urlOpener = std::move(opener); }
+
 private:
     NSWorkspace() = default;
 
@@ -38,6 +55,7 @@ private:
 
     mutable QMutex m_mutex;
     QSet<QString> m_addedExtensions;
+    URLOpener m_urlOpener;
 };
 
 } // namespace Marblewick

@@ -21,6 +21,7 @@ enum NSURLError : qint64 {
     NSURLErrorNetworkConnectionLost = -1005, ///< closed without an answer, or before its end
     NSURLErrorHTTPTooManyRedirects = -1007, ///< more than 20
     NSURLErrorBadServerResponse = -1011, ///< what came is not HTTP
+    NSURLErrorCannotDecodeContentData = -1016, ///< what came is not in the content encoding that it names
     NSURLErrorDataLengthExceedsMaximum = -1103, ///< the answer is larger than the configuration allows
     NSURLErrorSecureConnectionFailed = -1200, ///< the TLS handshake failed
     NSURLErrorServerCertificateUntrusted = -1202, ///< no authority that the system trusts vouches for it

@@ -33,4 +33,10 @@ std::shared_ptr<NSURLSessionDataTask> NSURLSession::dataTaskWithRequest(const NS
     return std::make_shared<NSURLSessionDataTask>(std::move(transfer));
 }
 
+std::shared_ptr<NSURLSessionDataTask> NSURLSession::dataTaskWithURL(const QUrl &url,
+                                                                    NSURLSessionCompletion completion)
+{
+    return dataTaskWithRequest(NSURLRequest(url), std::move(completion));
+}
+
 } // namespace Marblewick

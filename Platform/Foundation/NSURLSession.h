@@ -23,7 +23,8 @@ struct MARBLEWICK_CORE_EXPORT NSURLSessionConfiguration
     /*! No cookies, no cache and no stored credentials. It is the only kind there is. */
     static NSURLSessionConfiguration ephemeralSessionConfiguration();
 
-    /*! Bytes of an answer's body after which the task fails with NSURLErrorDataLengthExceedsMaximum. */
+    /*! Bytes of an answer's body, as sent and as decoded, after which the task fails with
+     * NSURLErrorDataLengthExceedsMaximum. */
     qint64 maximumResponseSize = qint64{64} * 1024 * 1024;
 };
 
@@ -58,6 +59,7 @@ private:
 
     Certificates are verified against the system's. A connection serves one request. A body is sent once, and
     again only where a redirect with status 307 or 308 asks for it; 301, 302 and 303 turn a POST into a GET.
+    No content encoding is asked for; an answer that comes compressed nevertheless is decoded.
     The system's proxy variables (`https_proxy`, `no_proxy` …) are honoured.
 
     Completions run on a background thread that all sessions share, one after another, and are called exactly
@@ -77,6 +79,9 @@ public:
     */
     std::shared_ptr<NSURLSessionDataTask> dataTaskWithRequest(const NSURLRequest &request,
                                                               NSURLSessionCompletion completion);
+
+    /*! The same for a plain GET, which ends after 60 seconds in which nothing moves. */
+    std::shared_ptr<NSURLSessionDataTask> dataTaskWithURL(const QUrl &url, NSURLSessionCompletion completion);
 
 private:
     explicit NSURLSession(const NSURLSessionConfiguration &configuration);

@@ -2,6 +2,7 @@
 
 #include "Tools/Marblewick/Commands.h"
 #include "Tools/Marblewick/Console.h"
+#include "Tools/Marblewick/Serve.h"
 
 #include <CLI/CLI.hpp>
 
@@ -39,6 +40,18 @@ CLI::Option *addFiles(CLI::App *command, const std::string &name, const std::str
         return true;
     };
     return command->add_option(name, keep, description);
+}
+
+/*! An option whose value is a file name, byte for byte. */
+CLI::Option *addFile(CLI::App *command, const std::string &name, const std::string &description,
+                     std::string *file)
+{
+    const auto keep = [file](const CLI::results_t &values) {
+        *file = values.front();
+        std::erase(*file, guard);
+        return !file->empty();
+    };
+    return command->add_option(name, keep, description)->type_name("PATH");
 }
 
 /*! Says what is wrong with the command line. */
@@ -86,6 +99,17 @@ int run(int argc, char **argv)
         ->expected(1, -1)
         ->required();
 
+    CLI::App *const serveCommand = app.add_subcommand("serve",
+                                                      "A server on 127.0.0.1 to develop a host against");
+    ServeOptions serveOptions;
+    serveCommand->add_option("--port", serveOptions.port, "Port; any that is free without")
+        ->check(CLI::Range(1, 65535))
+        ->type_name("NUMBER");
+    addFile(serveCommand, "--feed", "Release record to serve at /feed", &serveOptions.feedFile);
+    addFile(serveCommand, "--notes", "Folder to serve under /notes/", &serveOptions.notesFolder);
+    addFile(serveCommand, "--reports", "Folder for the crash reports that are posted to /report",
+            &serveOptions.reportsFolder);
+
     try {
         app.parse(guardedArguments(argc, argv));
     } catch (const CLI::Success &help) { // or the version
@@ -97,7 +121,9 @@ int run(int argc, char **argv)
     }
 
     bool isDone = false;
-    if (mac->parsed()) {
+    if (serveCommand->parsed()) {
+        isDone = serve(serveOptions);
+    } else if (mac->parsed()) {
         isDone = printMACAddress();
     } else if (checksum->parsed()) {
         isDone = printDigests(files, checksumOfPath);

@@ -70,7 +70,7 @@ void CurlTransfer::setHeaderFields()
 {
     // Fields that libcurl would add of its own accord; a field that the request sets follows and wins.
     const QMap<QString, QString> fields = m_transfer->request.allHTTPHeaderFields();
-    for (QLatin1StringView uninvited : {"Accept"_L1, "Content-Type"_L1, "Expect"_L1}) {
+    for (QLatin1StringView uninvited : {"Accept"_L1, "Accept-Encoding"_L1, "Content-Type"_L1, "Expect"_L1}) {
         const bool isSet = std::ranges::any_of(fields.keys(), [uninvited](const QString &field) {
             return field.compare(uninvited, Qt::CaseInsensitive) == 0;
         });
@@ -101,6 +101,7 @@ void CurlTransfer::setCallbacks()
     curl_easy_setopt(handle(), CURLOPT_WRITEDATA, this);
     curl_easy_setopt(handle(), CURLOPT_HEADERFUNCTION, &CurlTransfer::receiveHeaderLine);
     curl_easy_setopt(handle(), CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(handle(), CURLOPT_ACCEPT_ENCODING, ""); // decodes; the field itself is left out
     curl_easy_setopt(handle(), CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L); // a proxy's header is not the answer's
     curl_easy_setopt(handle(), CURLOPT_MAXFILESIZE_LARGE, curl_off_t{m_transfer->maximumResponseSize});
     curl_easy_setopt(handle(), CURLOPT_NOPROGRESS, 0L);
@@ -115,7 +116,12 @@ void CurlTransfer::setCallbacks()
 size_t CurlTransfer::receive(char *bytes, size_t itemSize, size_t count, void *self)
 {
     const size_t size = itemSize * count;
-    static_cast<CurlTransfer *>(self)->m_received.append(bytes, static_cast<qsizetype>(size));
+    auto *transfer = static_cast<CurlTransfer *>(self);
+    // A small answer can be large when it is decoded. Another result than the size ends the transfer.
+    if (transfer->m_received.size() + static_cast<qsizetype>(size)
+        > transfer->m_transfer->maximumResponseSize)
+        return 0;
+    transfer->m_received.append(bytes, static_cast<qsizetype>(size));
     return size;
 }
 
@@ -231,7 +237,10 @@ qint64 CurlTransfer::errorCode(CURLcode code) const
         return NSURLErrorBadServerResponse;
     case CURLE_FILESIZE_EXCEEDED:
     case CURLE_ABORTED_BY_CALLBACK:
+    case CURLE_WRITE_ERROR:
         return NSURLErrorDataLengthExceedsMaximum;
+    case CURLE_BAD_CONTENT_ENCODING:
+        return NSURLErrorCannotDecodeContentData;
     case CURLE_PEER_FAILED_VERIFICATION:
         return NSURLErrorServerCertificateUntrusted;
     case CURLE_SSL_CONNECT_ERROR:

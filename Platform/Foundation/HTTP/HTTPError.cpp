@@ -29,6 +29,7 @@ QString sentence(qint64 code)
     case NSURLErrorHTTPTooManyRedirects:
         return u"The server redirected the request too many times."_s;
     case NSURLErrorBadServerResponse:
+    case NSURLErrorCannotDecodeContentData:
         return u"The server’s answer could not be understood."_s;
     case NSURLErrorDataLengthExceedsMaximum:
         return u"The server’s answer is too large."_s;

@@ -540,6 +540,45 @@ TEST(NSURLSession, TakesABodyUpToTheMaximumSizeAndNoneLarger)
     }
 }
 
+TEST(NSURLSession, GetsAURLWithoutFurtherAdo)
+{
+    const RawServer server(answering(okWithThreeBytes));
+    std::promise<std::optional<QByteArray>> data;
+    NSURLSession::sessionWithConfiguration(ephemeral())
+        ->dataTaskWithURL(server.url(u"/feed"_s),
+                          [&](const auto &received, const auto &, const auto &) { data.set_value(received); })
+        ->resume();
+    EXPECT_EQ(data.get_future().get(), "abc");
+    EXPECT_TRUE(server.requests().value(0).startsWith("GET /feed HTTP/1.1\r\n"));
+}
+
+TEST(NSURLSession, DecodesAnAnswerThatComesCompressedUnasked)
+{
+    constexpr char gzipped[] = "\x1f\x8b\x08\x00\x00\x00\x00\x00\x00\x03KLJ\x06\x00\xc2" // "abc"
+                               "A$5\x03\x00\x00\x00";
+    const RawServer server(answering("HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: 23\r\n\r\n"
+                                     + QByteArray(gzipped, sizeof gzipped - 1)));
+    EXPECT_EQ(outcomeOf(get(server.url())).data, "abc");
+}
+
+TEST(NSURLSession, RefusesAnAnswerThatIsNotInTheContentEncodingThatItNames)
+{
+    const RawServer server(
+        answering("HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: 3\r\n\r\nabc"));
+    EXPECT_EQ(outcomeOf(get(server.url())).errorCode(), NSURLErrorCannotDecodeContentData);
+}
+
+TEST(NSURLSession, EndsASmallAnswerThatDecodesToMoreThanTheMaximumSize)
+{
+    NSURLSessionConfiguration configuration = ephemeral();
+    configuration.maximumResponseSize = 1'000'000;
+    const QByteArray deflated = qCompress(QByteArray(1'000'001, 'x')).mid(4); // without Qt's own size field
+    ASSERT_LT(deflated.size(), 2'000);
+    const RawServer server(answering("HTTP/1.1 200 OK\r\nContent-Encoding: deflate\r\nContent-Length: "
+                                     + QByteArray::number(deflated.size()) + "\r\n\r\n" + deflated));
+    EXPECT_EQ(outcomeOf(get(server.url()), configuration).errorCode(), NSURLErrorDataLengthExceedsMaximum);
+}
+
 TEST(NSURLSession, EndsAnAnswerWhoseHeaderOrRedirectHasNoEnd)
 {
     const auto sendingWithoutEnd = [](const QByteArray &start, const QByteArray &piece) {
