@@ -27,6 +27,7 @@ std::optional<QByteArray> sha1Digest(const std::string &fileName)
     CC_SHA1_Init(&context);
     const bool isRead = readInput(fileName, [&context](QByteArrayView piece) {
         CC_SHA1_Update(&context, piece.data(), static_cast<CC_LONG>(piece.size()));
+        return true;
     });
     QByteArray digest(CC_SHA1_DIGEST_LENGTH, '\0');
     CC_SHA1_Final(bytesOf(digest), &context);
@@ -39,6 +40,7 @@ std::optional<QByteArray> sha256Digest(const std::string &fileName)
     CC_SHA256_Init(&context);
     const bool isRead = readInput(fileName, [&context](QByteArrayView piece) {
         CC_SHA256_Update(&context, piece.data(), static_cast<CC_LONG>(piece.size()));
+        return true;
     });
     QByteArray digest(CC_SHA256_DIGEST_LENGTH, '\0');
     CC_SHA256_Final(bytesOf(digest), &context);
@@ -52,6 +54,7 @@ DigestOfFile sha256HMAC(const QByteArray &key)
         CCHmacInit(&context, kCCHmacAlgSHA256, key.constData(), static_cast<size_t>(key.size()));
         const bool isRead = readInput(fileName, [&context](QByteArrayView piece) {
             CCHmacUpdate(&context, piece.data(), static_cast<size_t>(piece.size()));
+            return true;
         });
         QByteArray digest(CC_SHA256_DIGEST_LENGTH, '\0');
         CCHmacFinal(&context, bytesOf(digest));

@@ -2,6 +2,7 @@
 
 #include "Tools/Marblewick/Commands.h"
 #include "Tools/Marblewick/Console.h"
+#include "Tools/Marblewick/Feed.h"
 #include "Tools/Marblewick/Serve.h"
 
 #include <CLI/CLI.hpp>
@@ -13,6 +14,18 @@
 namespace {
 
 constexpr int wrongUsage = 2;
+
+constexpr char feedFields[] =
+    "Members of the object; all but versionIdentifier may be missing or null:\n"
+    "  productIdentifier  identifier of the product\n"
+    "  productName        its name for people\n"
+    "  versionIdentifier  number of the release, an integer; applications with a lower one are told of it\n"
+    "  versionString      version of the release for people\n"
+    "  directDownloadURL  where the installer is downloaded from\n"
+    "  productPageURL     page of the product\n"
+    "  updateInfoURL      page with the release notes, http or https\n"
+    "  appStoreURL        page of the product in a store\n"
+    "  systemVersion      first version of the system that it runs on, such as 12.5";
 
 // CLI11 takes an argument "[a,b]" for a list of two. A NUL in front, which no argument of a program can hold,
 // keeps a file name of that kind whole.
@@ -110,6 +123,19 @@ int run(int argc, char **argv)
     addFile(serveCommand, "--reports", "Folder for the crash reports that are posted to /report",
             &serveOptions.reportsFolder);
 
+    CLI::App *const feed = app.add_subcommand("feed", "The feed that announces a release to its users");
+    feed->require_subcommand(1);
+    std::string feedInput;
+    std::string feedOutput;
+    CLI::App *const create = feed->add_subcommand("create", "Writes the feed of a record");
+    addFile(create, "INPUT", "Record as a JSON object; \"-\" is standard input", &feedInput)->required();
+    addFile(create, "OUTPUT", "Feed; \"-\" is standard output", &feedOutput)->required();
+    create->footer(feedFields);
+    CLI::App *const show = feed->add_subcommand("show", "Prints what a feed announces, or why it is none");
+    addFile(show, "FILE", "Feed; \"-\" is standard input", &feedInput)->required();
+    bool asJSON = false;
+    show->add_flag("--json", asJSON, "As the JSON object that \"create\" takes");
+
     try {
         app.parse(guardedArguments(argc, argv));
     } catch (const CLI::Success &help) { // or the version
@@ -121,7 +147,11 @@ int run(int argc, char **argv)
     }
 
     bool isDone = false;
-    if (serveCommand->parsed()) {
+    if (create->parsed()) {
+        isDone = createFeed(feedInput, feedOutput);
+    } else if (show->parsed()) {
+        isDone = showFeed(feedInput, asJSON);
+    } else if (serveCommand->parsed()) {
         isDone = serve(serveOptions);
     } else if (mac->parsed()) {
         isDone = printMACAddress();
