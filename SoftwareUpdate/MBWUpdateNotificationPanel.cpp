@@ -118,6 +118,7 @@ void MBWUpdateNotificationPanel::showWindowForUpdateInfo(const std::shared_ptr<M
     center();
     setUpdateInfo(updateInfo);
     loadReleaseNotes();
+    m_ui->downloadButton->setFocus();
     window()->setWindowState(window()->windowState() & ~Qt::WindowMinimized);
     showWindow();
 }
@@ -170,7 +171,6 @@ void MBWUpdateNotificationPanel::windowDidLoad()
     connect(m_ui->tryAgainButton, &QPushButton::clicked, this, [this] { loadReleaseNotes(); });
     connect(new QShortcut(QKeySequence::Cancel, window()), &QShortcut::activated, this,
             [this] { remindLater(); });
-    m_ui->downloadButton->setFocus();
 }
 
 void MBWUpdateNotificationPanel::setUpTexts()

@@ -24,10 +24,9 @@ void shareOpenGLContexts()
 {
     if (QOpenGLContext::globalShareContext())
         return;
-    auto context = std::make_unique<QOpenGLContext>();
-    if (!context->create())
-        return; // Nothing here draws with OpenGL, so there is nothing to share.
-    qt_gl_set_global_share_context(context.release());
+    auto *const context = new QOpenGLContext;
+    context->create(); // Where it fails there is no OpenGL; the engine asks for the object all the same.
+    qt_gl_set_global_share_context(context);
     // These run in reverse order: the engine, which comes later, is gone before.
     qAddPostRoutine(deleteSharedContext);
 }

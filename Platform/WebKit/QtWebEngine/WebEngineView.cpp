@@ -66,8 +66,6 @@ void deleteViews()
 WebEngineView::WebEngineView(WebContentClient *client)
     : m_page(&m_profile, client)
 {
-    if (views.isEmpty())
-        qAddPostRoutine(deleteViews);
     views.insert(this);
     setPage(&m_page);
 }
@@ -76,6 +74,14 @@ WebEngineView::~WebEngineView()
 {
     m_page.forgetClient();
     views.remove(this);
+}
+
+void WebEngineView::loadURL(const QUrl &url)
+{
+    m_page.load(url);
+    // These run in reverse order, and the first load sets up what the views need to the last.
+    static const bool isAdded = (qAddPostRoutine(deleteViews), true);
+    Q_UNUSED(isAdded)
 }
 
 void WebEngineView::release()

@@ -17,7 +17,7 @@ public:
     ~WebEngineView() override;
 
     QWidget *widget() override { return this; }
-    void loadURL(const QUrl &url) override { m_page.load(url); }
+    void loadURL(const QUrl &url) override;
     void stopLoading() override { m_page.stop(); }
     bool hasCommitted() const override { return m_page.hasCommitted(); }
     void release() override;
