@@ -41,8 +41,9 @@ bool Host::launch(const QStringList &options) const
     if (!hasDisplay()) {
         environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
         environment.insert(u"XDG_RUNTIME_DIR"_s, m_home + u"/tmp"_s);
-        environment.insert(u"QT_LOGGING_RULES"_s,
-                           u"default.warning=false"_s); // what offscreen windows cannot do
+        environment.insert(
+            u"QT_LOGGING_RULES"_s, // what offscreen windows cannot do, and the engine's figures
+            u"default.warning=false;qt.webenginecontext=false"_s);
         arguments += {u"--drive"_s, demoFolder()};
     }
     if (::geteuid() == 0) // The web engine does not run as root with the sandbox of its processes.

@@ -35,7 +35,7 @@ bool copyNotes(const QString &folder)
 }
 
 /*! The maker's release script: a readable record, made into the feed by the command. */
-bool publish(int release, const QString &server, const QString &feed)
+bool publish(int release, const QString &notes, const QString &feed)
 {
     const QString record = feed + u".json"_s;
     QFile file(record);
@@ -45,7 +45,7 @@ bool publish(int release, const QString &server, const QString &feed)
                              {u"versionString"_s, release == newRelease ? u"1.5"_s : u"1.4"_s},
                              {u"directDownloadURL"_s, u"https://example.com/cartographer-1.5.tar.xz"_s},
                              {u"productPageURL"_s, u"https://example.com/cartographer"_s},
-                             {u"updateInfoURL"_s, server + u"/notes/index.html"_s},
+                             {u"updateInfoURL"_s, notes},
                              {u"systemVersion"_s, u"11.0"_s}};
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)
         || file.write(QJsonDocument(fields).toJson()) < 0)
@@ -92,10 +92,11 @@ bool playUpdateScene()
     if (server.url().isEmpty())
         return false;
     const QString feedURL = server.url() + u"/feed"_s;
+    const QString notesURL = server.url() + u"/notes/index.html"_s;
 
     say(u"1. The maker publishes release %1, with: marblewick feed create cartographer.feed.json cartographer.feed"_s
             .arg(newRelease));
-    if (!publish(newRelease, server.url(), feed))
+    if (!publish(newRelease, notesURL, feed))
         return false;
     say(u"   It is at %1; the host that runs is release %2."_s.arg(feedURL).arg(runningRelease));
 
@@ -121,16 +122,22 @@ bool playUpdateScene()
     if (!host.launch({u"--feed-url"_s, feedURL}))
         return false;
 
-    say(u"\n4. The latest release is the one that runs."_s);
+    say(u"\n4. The release notes cannot be reached."_s);
+    const QString nobody =
+        u"http://127.0.0.1:9/notes"_s; // the port of a service that no machine runs any more
     NSUserDefaults([&host] { return host.defaultsFile(); }).removeObjectForKey(skippedKey);
-    if (!publish(runningRelease, server.url(), feed) || !host.launch({u"--feed-url"_s, feedURL}))
+    if (!publish(newRelease, nobody, feed) || !host.launch({u"--feed-url"_s, feedURL}))
         return false;
 
-    say(u"\n5. What the server was asked for:"_s);
+    say(u"\n5. The latest release is the one that runs."_s);
+    if (!publish(runningRelease, notesURL, feed) || !host.launch({u"--feed-url"_s, feedURL}))
+        return false;
+
+    say(u"\n6. What the server was asked for:"_s);
     for (const QString &line : server.takeLines())
         say(u"  | "_s + line);
 
-    say(u"\n6. The server is gone."_s);
+    say(u"\n7. The server is gone."_s);
     server.stop();
     return host.launch({u"--feed-url"_s, feedURL});
 }

@@ -1,5 +1,7 @@
 #include "MapWindow.h"
 
+#include <Marblewick/MBWSWUpdateChecker.h>
+
 #include <QCoreApplication>
 #include <QMenuBar>
 #include <QMouseEvent>
@@ -54,4 +56,14 @@ MapWindow::MapWindow()
     fileMenu->addAction(tr("&Quit"), QKeySequence::Quit, this, &QWidget::close);
     statusBar()->showMessage(tr("Click to set a mark."));
     resize(640, 420);
+}
+
+void MapWindow::showOutcomeOf(const MBWSWUpdateChecker &checker)
+{
+    connect(&checker, &MBWSWUpdateChecker::softwareUpToDate, this,
+            [this] { statusBar()->showMessage(tr("This is the latest version.")); });
+    connect(&checker, &MBWSWUpdateChecker::updateCheckFailed, this, [this](const auto &error) {
+        if (error)
+            statusBar()->showMessage(error->localizedDescription());
+    });
 }

@@ -2,6 +2,8 @@
 
 #include <QMainWindow>
 
+class MBWSWUpdateChecker;
+
 /*! A map to draw on: each click sets a mark. */
 class MapWindow : public QMainWindow
 {
@@ -9,4 +11,7 @@ class MapWindow : public QMainWindow
 
 public:
     MapWindow();
+
+    /*! Says in the status bar how a check for updates ends, where no panel does. */
+    void showOutcomeOf(const MBWSWUpdateChecker &checker);
 };

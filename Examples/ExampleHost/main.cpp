@@ -60,6 +60,7 @@ int main(int argc, char **argv)
     if (arguments.isSet(feedURL)) {
         updateChecker = MBWSWUpdateChecker::initWithCurrentVersion(releaseNumber,
                                                                    QUrl(arguments.value(feedURL)));
+        window.showOutcomeOf(*updateChecker);
         if (autoPilot)
             autoPilot->followUpdate(updateChecker.get(), arguments.value(updateAnswer));
     }
