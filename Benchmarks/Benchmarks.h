@@ -4,6 +4,7 @@
 void benchmarkCheck();
 void benchmarkChecksum();
 void benchmarkEncryption();
+void benchmarkFeed();
 void benchmarkHexadecimal();
 void benchmarkLaunch();
 void benchmarkUpload();

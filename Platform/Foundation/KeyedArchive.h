@@ -34,12 +34,8 @@ inline constexpr QLatin1StringView stringClass("NSString");
 inline constexpr QLatin1StringView mutableStringClass("NSMutableString");
 inline constexpr QLatin1StringView stringKey("NS.string");
 
-/*! The key of a field as it stands in the archive: one "$" more where it begins with one, so that it is none
-    of the archive's own.
-*/
-inline QByteArray fieldKey(QLatin1StringView key)
-{
-    return (key.startsWith(QLatin1Char('$')) ? QByteArray("$") : QByteArray()) + key.toString().toLatin1();
-}
+/*! Whether the key of a field begins as the archive's own do, and therefore stands in it as escapedKey(). */
+inline bool isReserved(QLatin1StringView key) { return key.startsWith(QLatin1Char('$')); }
+inline QByteArray escapedKey(QLatin1StringView key) { return '$' + QByteArray(key.data(), key.size()); }
 
 } // namespace Marblewick::KeyedArchive

@@ -66,10 +66,17 @@ struct NSKeyedUnarchiver::Private
             fail(u"It refers to the same objects over and over."_s);
     }
 
-    /*! The UID in a field, that of nil where the field is absent. Nil where it holds something else. */
-    std::optional<quint32> uidInField(Object object, QLatin1StringView key) const
+    /*! What a field of the object that is being decoded holds. */
+    Object fieldForKey(QLatin1StringView key) const
     {
-        const Object field = list.objectForKey(object, key);
+        return KeyedArchive::isReserved(key)
+                   ? list.objectForKey(current, QLatin1StringView(KeyedArchive::escapedKey(key)))
+                   : list.objectForKey(current, key);
+    }
+
+    /*! The UID that a field holds, that of nil for an absent field. Nil where it holds something else. */
+    std::optional<quint32> uidIn(Object field) const
+    {
         return field == BinaryPropertyList::noObject ? KeyedArchive::nullUID : list.uid(field);
     }
 
@@ -91,7 +98,7 @@ struct NSKeyedUnarchiver::Private
 bool NSKeyedUnarchiver::Private::isOfClass(Object object, QLatin1StringView className)
 {
     charge(object);
-    const Object dictionary = objectOfUID(uidInField(object, KeyedArchive::classKey));
+    const Object dictionary = objectOfUID(uidIn(list.objectForKey(object, KeyedArchive::classKey)));
     charge(dictionary);
     const Object name = list.objectForKey(dictionary, KeyedArchive::classNameKey);
     return list.isString(name, className)
@@ -124,11 +131,11 @@ std::optional<std::vector<QString>> NSKeyedUnarchiver::Private::textsOfURL(Objec
     for (;;) {
         if (texts.size() == maximumTextsOfURL || !isOfClass(url, KeyedArchive::urlClass))
             return std::nullopt;
-        const auto text = string(objectOfUID(uidInField(url, KeyedArchive::urlRelativeKey)));
+        const auto text = string(objectOfUID(uidIn(list.objectForKey(url, KeyedArchive::urlRelativeKey))));
         if (!text)
             return std::nullopt;
         texts.push_back(*text);
-        const auto base = uidInField(url, KeyedArchive::urlBaseKey);
+        const auto base = uidIn(list.objectForKey(url, KeyedArchive::urlBaseKey));
         if (base == KeyedArchive::nullUID)
             return texts;
         url = objectOfUID(base);
@@ -158,7 +165,7 @@ NSKeyedUnarchiver::~NSKeyedUnarchiver() = default;
 bool NSKeyedUnarchiver::enterRootOfClass(QLatin1StringView className)
 {
     const Object top = d->list.objectForKey(d->list.top(), KeyedArchive::topKey);
-    d->current = d->objectOfUID(d->uidInField(top, KeyedArchive::rootKey));
+    d->current = d->objectOfUID(d->uidIn(d->list.objectForKey(top, KeyedArchive::rootKey)));
     if (!d->isOfClass(d->current, className))
         d->fail(u"Its root is not an object of the class %1."_s.arg(className));
     return d->failure.isEmpty();
@@ -176,7 +183,7 @@ bool NSKeyedUnarchiver::isIntact(NSError *error) const
 
 qint64 NSKeyedUnarchiver::decodeIntegerForKey(QLatin1StringView key)
 {
-    const Object field = d->list.objectForKey(d->current, QLatin1StringView(KeyedArchive::fieldKey(key)));
+    const Object field = d->fieldForKey(key);
     if (field == BinaryPropertyList::noObject || d->list.uid(field) == KeyedArchive::nullUID)
         return 0;
     if (const auto number = d->list.integer(field))
@@ -189,7 +196,7 @@ qint64 NSKeyedUnarchiver::decodeIntegerForKey(QLatin1StringView key)
 
 std::optional<QString> NSKeyedUnarchiver::decodeString(QLatin1StringView key)
 {
-    const auto uid = d->uidInField(d->current, QLatin1StringView(KeyedArchive::fieldKey(key)));
+    const auto uid = d->uidIn(d->fieldForKey(key));
     if (uid == KeyedArchive::nullUID)
         return std::nullopt;
     const auto text = d->string(d->objectOfUID(uid));
@@ -200,7 +207,7 @@ std::optional<QString> NSKeyedUnarchiver::decodeString(QLatin1StringView key)
 
 std::optional<QUrl> NSKeyedUnarchiver::decodeURL(QLatin1StringView key)
 {
-    const auto uid = d->uidInField(d->current, QLatin1StringView(KeyedArchive::fieldKey(key)));
+    const auto uid = d->uidIn(d->fieldForKey(key));
     if (uid == KeyedArchive::nullUID)
         return std::nullopt;
     const auto texts = d->textsOfURL(d->objectOfUID(uid));

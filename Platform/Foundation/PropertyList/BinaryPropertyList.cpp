@@ -178,7 +178,12 @@ std::optional<QString> BinaryPropertyList::string(Object object) const
 bool BinaryPropertyList::isString(Object object, QLatin1StringView text) const
 {
     const auto characters = units(object);
-    return characters && characters->count == text.size() && string(object) == text;
+    if (!characters || characters->count != text.size())
+        return false;
+    if (characters->kind == ASCIIStringKind)
+        return m_objects.sliced(characters->start, characters->count)
+               == QByteArrayView(text.data(), text.size());
+    return characters->kind == UTF16StringKind && string(object) == text;
 }
 
 BinaryPropertyList::Object BinaryPropertyList::reference(qsizetype start, qsizetype index) const

@@ -8,12 +8,8 @@ namespace Marblewick {
 
 namespace {
 
-/*! Appends a number in `size` bytes, the highest first. */
-void append(QByteArray *bytes, quint64 number, int size)
-{
-    for (int shift = 8 * (size - 1); shift >= 0; shift -= 8)
-        bytes->append(static_cast<char>(number >> shift));
-}
+/*! Bytes of a reference: enough for any count of objects, which is not known before the last one. */
+constexpr int referenceSize = 4;
 
 /*! The exponent of the least power of two bytes that hold a number. */
 int exponentOfSize(quint64 number)
@@ -25,103 +21,105 @@ int exponentOfSize(quint64 number)
     return number <= 0xffffffff ? 2 : 3;
 }
 
-int sizeOf(quint64 number) { return 1 << exponentOfSize(number); }
-
-/*! Negative integers take 8 bytes: shorter ones are unsigned. */
-QByteArray integer(qint64 number)
-{
-    const auto value = static_cast<quint64>(number);
-    const int exponent = exponentOfSize(value);
-    QByteArray bytes(1, static_cast<char>(0x10 | exponent));
-    append(&bytes, value, 1 << exponent);
-    return bytes;
-}
-
-/*! The beginning of an object of so many units: its kind is the upper half of the first byte. */
-QByteArray head(int kind, qsizetype count)
-{
-    constexpr int countFollows = 0xf;
-    const int low = count < countFollows ? static_cast<int>(count) : countFollows;
-    const QByteArray bytes(1, static_cast<char>(kind << 4 | low));
-    return low < countFollows ? bytes : bytes + integer(count);
-}
-
 } // namespace
 
-BinaryPropertyListWriter::Object BinaryPropertyListWriter::addLeaf(const QByteArray &bytes)
+/*! Appends a number in `size` bytes, the highest first. */
+void BinaryPropertyListWriter::append(quint64 number, int size)
 {
-    const auto known = m_leaves.constFind(bytes);
-    if (known != m_leaves.constEnd())
-        return *known;
-    m_contents.push_back({bytes, {}});
-    return m_leaves[bytes] = static_cast<Object>(m_contents.size() - 1);
+    const quint64 bytes = qToBigEndian(number);
+    m_list.append(reinterpret_cast<const char *>(&bytes) + sizeof bytes - size, size);
+}
+
+/*! Negative integers take 8 bytes: shorter ones are unsigned. */
+void BinaryPropertyListWriter::appendInteger(quint64 number)
+{
+    const int exponent = exponentOfSize(number);
+    m_list.append(static_cast<char>(0x10 | exponent));
+    append(number, 1 << exponent);
+}
+
+BinaryPropertyListWriter::Object BinaryPropertyListWriter::beginObject()
+{
+    m_offsets.push_back(m_list.size());
+    return static_cast<Object>(m_offsets.size() - 1);
+}
+
+/*! The same for an object of so many units: its kind is the upper half of the first byte. */
+BinaryPropertyListWriter::Object BinaryPropertyListWriter::beginObject(int kind, size_t count)
+{
+    constexpr size_t countFollows = 0xf;
+    const Object object = beginObject();
+    m_list.append(static_cast<char>(kind << 4 | static_cast<int>(std::min(count, countFollows))));
+    if (count >= countFollows)
+        appendInteger(count);
+    return object;
 }
 
 BinaryPropertyListWriter::Object BinaryPropertyListWriter::addString(QStringView text)
 {
-    const bool isASCII = std::ranges::all_of(text, [](QChar c) { return c.unicode() < 0x80; });
-    if (isASCII)
-        return addLeaf(head(0x5, text.size()) + text.toLatin1());
-    QByteArray units(2 * text.size(), Qt::Uninitialized);
-    qToBigEndian<char16_t>(text.utf16(), text.size(), units.data());
-    return addLeaf(head(0x6, text.size()) + units);
+    if (std::ranges::all_of(text, [](QChar c) { return c.unicode() < 0x80; }))
+        return addASCIIString(text.toLatin1());
+    const Object object = beginObject(0x6, static_cast<size_t>(text.size()));
+    const qsizetype start = m_list.size();
+    m_list.resize(start + 2 * text.size());
+    qToBigEndian<char16_t>(text.utf16(), text.size(), m_list.data() + start);
+    return object;
+}
+
+BinaryPropertyListWriter::Object BinaryPropertyListWriter::addASCIIString(QByteArrayView text)
+{
+    const Object object = beginObject(0x5, static_cast<size_t>(text.size()));
+    m_list.append(text);
+    return object;
 }
 
 BinaryPropertyListWriter::Object BinaryPropertyListWriter::addInteger(qint64 number)
 {
-    return addLeaf(integer(number));
+    const Object object = beginObject();
+    appendInteger(static_cast<quint64>(number));
+    return object;
 }
 
 BinaryPropertyListWriter::Object BinaryPropertyListWriter::addUID(quint32 uid)
 {
-    const int size = sizeOf(uid);
-    QByteArray bytes(1, static_cast<char>(0x80 | (size - 1)));
-    append(&bytes, uid, size);
-    return addLeaf(bytes);
+    const Object object = beginObject();
+    const int size = 1 << exponentOfSize(uid);
+    m_list.append(static_cast<char>(0x80 | (size - 1)));
+    append(uid, size);
+    return object;
 }
 
 BinaryPropertyListWriter::Object BinaryPropertyListWriter::addArray(std::span<const Object> objects)
 {
-    m_contents.push_back(
-        {head(0xa, static_cast<qsizetype>(objects.size())), {objects.begin(), objects.end()}});
-    return static_cast<Object>(m_contents.size() - 1);
+    const Object array = beginObject(0xa, objects.size());
+    for (const Object object : objects)
+        append(object, referenceSize);
+    return array;
 }
 
 BinaryPropertyListWriter::Object BinaryPropertyListWriter::addDictionary(std::span<const Entry> entries)
 {
-    Content content{head(0xd, static_cast<qsizetype>(entries.size())), {}};
-    content.references.reserve(2 * entries.size());
+    const Object dictionary = beginObject(0xd, entries.size());
     for (const Entry &entry : entries)
-        content.references.push_back(entry.key);
+        append(entry.key, referenceSize);
     for (const Entry &entry : entries)
-        content.references.push_back(entry.value);
-    m_contents.push_back(std::move(content));
-    return static_cast<Object>(m_contents.size() - 1);
+        append(entry.value, referenceSize);
+    return dictionary;
 }
 
-QByteArray BinaryPropertyListWriter::data(Object top) const
+QByteArray BinaryPropertyListWriter::data(Object top)
 {
-    const int referenceSize = sizeOf(m_contents.size() - 1);
-    QByteArray list("bplist00");
-    std::vector<quint64> offsets;
-    offsets.reserve(m_contents.size());
-    for (const Content &content : m_contents) {
-        offsets.push_back(static_cast<quint64>(list.size()));
-        list += content.bytes;
-        for (const Object reference : content.references)
-            append(&list, reference, referenceSize);
-    }
-    const auto table = static_cast<quint64>(list.size());
-    const int offsetSize = sizeOf(table);
-    for (const quint64 offset : offsets)
-        append(&list, offset, offsetSize);
-    append(&list, 0, 6);
-    append(&list, static_cast<quint64>(offsetSize), 1);
-    append(&list, static_cast<quint64>(referenceSize), 1);
-    append(&list, m_contents.size(), 8);
-    append(&list, top, 8);
-    append(&list, table, 8);
-    return list;
+    const auto table = static_cast<quint64>(m_list.size());
+    const int offsetSize = 1 << exponentOfSize(table);
+    for (const qsizetype offset : m_offsets)
+        append(static_cast<quint64>(offset), offsetSize);
+    append(0, 6);
+    append(static_cast<quint64>(offsetSize), 1);
+    append(referenceSize, 1);
+    append(m_offsets.size(), 8);
+    append(top, 8);
+    append(table, 8);
+    return m_list;
 }
 
 } // namespace Marblewick

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QByteArray>
-#include <QHash>
 #include <QString>
 
 #include <span>
@@ -9,9 +8,7 @@
 
 namespace Marblewick {
 
-/*! Writes a binary property list object by object, what an array or a dictionary holds before itself. Equal
-    strings, numbers and identifiers are written once.
-*/
+/*! Writes a binary property list object by object, what an array or a dictionary holds before itself. */
 class BinaryPropertyListWriter
 {
 public:
@@ -25,26 +22,23 @@ public:
     };
 
     Object addString(QStringView text);
+    Object addASCIIString(QByteArrayView text);
     Object addInteger(qint64 number);
     Object addUID(quint32 uid);
     Object addArray(std::span<const Object> objects);
     Object addDictionary(std::span<const Entry> entries);
 
-    /*! The list, with `top` as the object that holds all others. */
-    QByteArray data(Object top) const;
+    /*! The list, with `top` as the object that holds all others. Nothing can be added afterwards. */
+    QByteArray data(Object top);
 
 private:
-    /*! An object as it is written, but for the references, whose width depends on the count of objects. */
-    struct Content
-    {
-        QByteArray bytes;
-        std::vector<Object> references;
-    };
+    Object beginObject();
+    Object beginObject(int kind, size_t count);
+    void append(quint64 number, int size);
+    void appendInteger(quint64 number);
 
-    Object addLeaf(const QByteArray &bytes);
-
-    std::vector<Content> m_contents;
-    QHash<QByteArray, Object> m_leaves;
+    QByteArray m_list{"bplist00"};
+    std::vector<qsizetype> m_offsets;
 };
 
 } // namespace Marblewick
