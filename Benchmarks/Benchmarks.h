@@ -7,4 +7,5 @@ void benchmarkEncryption();
 void benchmarkFeed();
 void benchmarkHexadecimal();
 void benchmarkLaunch();
+void benchmarkUpdateCheck();
 void benchmarkUpload();

@@ -13,6 +13,7 @@ int main(int argc, char **argv)
     benchmarkLaunch();
     benchmarkUpload();
     benchmarkFeed();
+    benchmarkUpdateCheck();
     benchmarkHexadecimal();
     benchmarkEncryption();
     benchmarkChecksum();

@@ -27,14 +27,15 @@ class FeedServer
 {
 public:
     explicit FeedServer(const QByteArray &feed)
-        : m_answer("HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: " + QByteArray::number(feed.size())
-                   + "\r\n\r\n" + feed)
+        : m_answer("HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: "
+                   + QByteArray::number(feed.size()) + "\r\n\r\n" + feed)
     {
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         socklen_t length = sizeof address;
-        if (::bind(m_socket, reinterpret_cast<sockaddr *>(&address), length) != 0 || ::listen(m_socket, 8) != 0
+        if (::bind(m_socket, reinterpret_cast<sockaddr *>(&address), length) != 0
+            || ::listen(m_socket, 8) != 0
             || ::getsockname(m_socket, reinterpret_cast<sockaddr *>(&address), &length) != 0)
             std::abort();
         m_port = ntohs(address.sin_port);
@@ -119,6 +120,6 @@ void benchmarkUpdateCheck()
     const Comparison launches{.ours = [&] { return launch(u"updating-host "_s + server.url()); },
                               .peer = [&] { return launch(u"empty-host"_s); },
                               .repetitions = 30};
-    printDifference("launch with a check for updates / the same host without the library", launches.run(), "ms",
-                    "at most 3 ms");
+    printDifference("launch with a check for updates / the same host without the library", launches.run(),
+                    "ms", "at most 3 ms");
 }
