@@ -126,3 +126,28 @@ TEST_F(NSWorkspaceTest, AHostAddsTheExtensionsOfItsOwnPackages)
     EXPECT_TRUE(isPackage(u"Zurich.cartograph"_s));
     EXPECT_FALSE(isPackage(u"Zurich.cartographer"_s));
 }
+
+TEST_F(NSWorkspaceTest, AnAddedExtensionMayBeGivenWithItsDot)
+{
+    makeFolder(u"Zurich.cartograph"_s);
+    NSWorkspace::sharedWorkspace()->addFilePackageExtension(u".cartograph"_s);
+    EXPECT_TRUE(isPackage(u"Zurich.cartograph"_s));
+}
+
+TEST_F(NSWorkspaceTest, AnAddedExtensionWithoutLettersMakesNoFolderAPackage)
+{
+    makeFolder(u"Zurich"_s);
+    makeFolder(u"Zurich."_s);
+    makeFolder(u".cartograph"_s);
+    NSWorkspace::sharedWorkspace()->addFilePackageExtension({});
+    NSWorkspace::sharedWorkspace()->addFilePackageExtension(u"."_s);
+    for (const QString &name : {u"Zurich"_s, u"Zurich."_s, u".cartograph"_s, u"/"_s})
+        EXPECT_FALSE(isPackage(name)) << name.toStdString();
+}
+
+TEST_F(NSWorkspaceTest, AFrameworkIsAFolderEvenWhereItsExtensionWasAdded)
+{
+    makeFolder(u"Map.framework"_s);
+    NSWorkspace::sharedWorkspace()->addFilePackageExtension(u"framework"_s);
+    EXPECT_FALSE(isPackage(u"Map.framework"_s));
+}
