@@ -13,6 +13,7 @@
 #include <QScopeGuard>
 #include <QThread>
 
+#include <array>
 #include <atomic>
 #include <dirent.h>
 #include <fcntl.h>
@@ -22,10 +23,12 @@
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 using namespace Marblewick;
 using namespace Qt::StringLiterals;
 using ::testing::AnyOf;
+using ::testing::Each;
 
 namespace {
 
@@ -491,6 +494,18 @@ TEST_F(FileChecksum, OfALargeFileNeedsLittleMemory)
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     ASSERT_TRUE(hash.addData(&file));
     EXPECT_EQ(ours, hash.result());
+}
+
+TEST_F(FileChecksum, MayBeComputedByManyThreadsAtOnce)
+{
+    makeChain(u"folder"_s, 20);
+    std::array<Checksum, 8> checksums;
+    {
+        std::vector<std::jthread> threads;
+        for (Checksum &result : checksums)
+            threads.emplace_back([&] { result = checksum(u"folder"_s); });
+    }
+    EXPECT_THAT(checksums, Each(naiveChecksum(u"folder"_s)));
 }
 
 TEST_F(FileChecksum, NamesNeedNotBeUTF8)

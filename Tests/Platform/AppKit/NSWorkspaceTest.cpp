@@ -7,6 +7,7 @@
 #include <QDir>
 
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace Marblewick;
@@ -150,4 +151,17 @@ TEST_F(NSWorkspaceTest, AFrameworkIsAFolderEvenWhereItsExtensionWasAdded)
     makeFolder(u"Map.framework"_s);
     NSWorkspace::sharedWorkspace()->addFilePackageExtension(u"framework"_s);
     EXPECT_FALSE(isPackage(u"Map.framework"_s));
+}
+
+TEST_F(NSWorkspaceTest, ExtensionsMayBeAddedWhileOtherThreadsAsk)
+{
+    makeFolder(u"Zurich.cartograph99"_s);
+    makeFolder(u"Zurich.cartograph100"_s);
+    std::jthread adding([] {
+        for (int i = 0; i < 100; ++i)
+            NSWorkspace::sharedWorkspace()->addFilePackageExtension(u"cartograph%1"_s.arg(i));
+    });
+    while (!isPackage(u"Zurich.cartograph99"_s)) { } // ctest ends a test that does not end
+    adding.join();
+    EXPECT_FALSE(isPackage(u"Zurich.cartograph100"_s));
 }
