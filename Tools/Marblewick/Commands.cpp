@@ -99,11 +99,14 @@ bool printMACAddress()
 
 std::optional<QByteArray> readKey(const std::string &fileName)
 {
-    constexpr qint64 maximumSize = 1024 * 1024;
-    NSError error;
-    const std::optional<QByteArray> key = NSFileManager::defaultManager()->contentsAtPath(
-        NSFileManager::stringWithFileSystemRepresentation(fileName), maximumSize, &error);
-    if (!key)
-        complainAbout(fileName, error.localizedDescription());
+    constexpr qsizetype maximumSize = 1024 * 1024;
+    QByteArray key;
+    if (!readInput(
+            fileName, [&key](QByteArrayView piece) { key += piece; }, maximumSize + 1))
+        return std::nullopt;
+    if (key.size() > maximumSize) {
+        complainAbout(fileName, u"larger than 1 MiB"_s);
+        return std::nullopt;
+    }
     return key;
 }

@@ -15,8 +15,9 @@ std::optional<QByteArray> sha1Digest(const std::string &fileName);
 std::optional<QByteArray> sha256Digest(const std::string &fileName);
 DigestOfFile sha256HMAC(const QByteArray &key);
 
-/*! The bytes of a key file; nil, with a complaint, where it is no regular file of up to 1 MiB that can be
- * read. */
+/*! The bytes of a key file, or of standard input for "-"; nil, with a complaint, where it cannot be read or
+   is larger than 1 MiB.
+*/
 std::optional<QByteArray> readKey(const std::string &fileName);
 
 /*! The checksum of a file, a folder or a file package. */

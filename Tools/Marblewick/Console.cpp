@@ -4,6 +4,7 @@
 #include <Marblewick/NSFileManager.h>
 #include <Marblewick/NSString.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <memory>
@@ -43,7 +44,8 @@ void complainAbout(const std::string &fileName, const QString &reason)
     complain(NSFileManager::stringWithFileSystemRepresentation(fileName) + u": "_s + reason);
 }
 
-bool readInput(const std::string &fileName, const std::function<void(QByteArrayView piece)> &take)
+bool readInput(const std::string &fileName, const std::function<void(QByteArrayView piece)> &take,
+               size_t maximumSize)
 {
     const bool isStandardInput = fileName == "-";
     const std::unique_ptr<std::FILE, int (*)(std::FILE *)> opened(
@@ -54,8 +56,10 @@ bool readInput(const std::string &fileName, const std::function<void(QByteArrayV
         return false;
     }
     std::vector<char> piece(128 * 1024);
-    while (const size_t count = std::fread(piece.data(), 1, piece.size(), file))
+    while (const size_t count = std::fread(piece.data(), 1, std::min(piece.size(), maximumSize), file)) {
         take({piece.data(), static_cast<qsizetype>(count)});
+        maximumSize -= count;
+    }
     if (std::ferror(file)) {
         complainAbout(fileName, systemText(errno));
         return false;

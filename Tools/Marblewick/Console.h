@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <functional>
+#include <limits>
 #include <string>
 
 // What the commands read and write. File names are bytes, whatever their encoding.
@@ -17,10 +18,11 @@ void printDigest(const QByteArray &digest, const std::string &name);
 void complain(const QString &text);
 void complainAbout(const std::string &fileName, const QString &reason);
 
-/*! Hands over the bytes of a file, or of standard input for "-", in pieces of less than 1 MiB. False, with a
-    complaint, where it cannot be opened or reading breaks off.
+/*! Hands over the bytes of a file, or of standard input for "-", in pieces of less than 1 MiB, and not more
+   than `maximumSize` bytes. False, with a complaint, where it cannot be opened or reading breaks off.
 */
-bool readInput(const std::string &fileName, const std::function<void(QByteArrayView piece)> &take);
+bool readInput(const std::string &fileName, const std::function<void(QByteArrayView piece)> &take,
+               size_t maximumSize = std::numeric_limits<size_t>::max());
 
 /*! False, with a complaint, where not everything that was printed could be written. */
 bool finishOutput();

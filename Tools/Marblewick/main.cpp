@@ -14,15 +14,15 @@ namespace {
 
 constexpr int wrongUsage = 2;
 
-// CLI11 takes an argument "[a,b]" for a list of two. A NUL in front, which no argument of a program can hold,
-// keeps a file name of that kind whole.
+// CLI11 takes an argument "[a,b]" for a list of two, and "++" for the end of a subcommand. A NUL in front,
+// which no argument of a program can hold, makes such names of files like any other.
 constexpr char guard = '\0';
 
 std::vector<std::string> guardedArguments(int argc, char **argv)
 {
     std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
     for (std::string &argument : arguments) {
-        if (argument.starts_with('['))
+        if (argument.starts_with('[') || argument == "++")
             argument.insert(0, 1, guard);
     }
     std::reverse(arguments.begin(), arguments.end()); // the order that CLI11 takes them in
@@ -89,9 +89,14 @@ int run(int argc, char **argv)
     const CLI::App *const sha256 = addDigest("sha256", "SHA-256, in lines as those of sha256sum");
     CLI::App *const hmac = addDigest("hmac", "HMAC-SHA-256 under a key");
     std::vector<std::string> keyFile;
-    addFiles(hmac, "--key-file", "File whose bytes are the key, up to 1 MiB", &keyFile)
+    addFiles(hmac, "--key-file", "File whose bytes are the key, up to 1 MiB; \"-\" is standard input",
+             &keyFile)
         ->type_name("FILE")
         ->required();
+    hmac->callback([&files, &keyFile] {
+        if (keyFile.front() == "-" && std::ranges::find(files, "-") != files.end())
+            throw CLI::ValidationError("--key-file", "standard input is the key, and cannot be FILE as well");
+    });
     CLI::App *const checksum = app.add_subcommand("checksum",
                                                   "Checksums of files, folders and file packages");
     addFiles(checksum, "PATH", "Files, folders or file packages", &files)
