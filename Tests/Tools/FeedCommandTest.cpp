@@ -226,7 +226,7 @@ TEST_F(FeedCommand, RefusesAnInputThatIsTooLarge)
          {u"marblewick feed show /dev/zero", u"marblewick feed create - out </dev/zero"}) {
         const Result result = run(QString::fromUtf16(script));
         EXPECT_EQ(result.status, 1);
-        EXPECT_THAT(result.errors, HasSubstr("larger than 16777216 bytes"));
+        EXPECT_THAT(result.errors, HasSubstr("larger than 16 MiB"));
     }
 }
 

@@ -257,11 +257,12 @@ TEST(URLExtensions, PrintsFloatsAsPrintfDoes)
     }
 }
 
-TEST(URLExtensions, PrintsWhatIsNoNumberAsPrintfDoes)
+TEST(URLExtensions, PrintsWhatIsNoNumberAsAWordAndZeroWithItsSign)
 {
     EXPECT_EQ(floatParameter(std::numeric_limits<float>::infinity(), 2), u"a=inf"_s);
     EXPECT_EQ(floatParameter(-std::numeric_limits<float>::infinity(), 0), u"a=-inf"_s);
     EXPECT_EQ(floatParameter(std::numeric_limits<float>::quiet_NaN(), 2), u"a=nan"_s);
+    EXPECT_EQ(floatParameter(std::copysign(std::numeric_limits<float>::quiet_NaN(), -1.0F), 2), u"a=nan"_s);
     EXPECT_EQ(floatParameter(-0.0F, 1), u"a=-0.0"_s);
 }
 

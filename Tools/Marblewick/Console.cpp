@@ -20,6 +20,8 @@ using namespace Marblewick;
 
 namespace {
 
+constexpr qsizetype mebibyte = 1024 * 1024;
+
 QString systemText(int code) { return QString::fromStdString(std::generic_category().message(code)); }
 
 QByteArray escaped(const std::string &name)
@@ -117,7 +119,7 @@ std::optional<QByteArray> readWholeInput(const std::string &fileName, qsizetype 
     if (!isRead)
         return std::nullopt;
     if (contents.size() > maximumSize) {
-        complainAbout(fileName, u"larger than %1 bytes"_s.arg(maximumSize));
+        complainAbout(fileName, u"larger than %1 MiB"_s.arg(maximumSize / mebibyte));
         return std::nullopt;
     }
     return contents;

@@ -23,7 +23,9 @@ void complainAbout(const std::string &fileName, const QString &reason);
 */
 bool readInput(const std::string &fileName, const std::function<bool(QByteArrayView piece)> &take);
 
-/*! All of these bytes; nil, with a complaint, where they cannot be read or are more than `maximumSize`. */
+/*! All of these bytes; nil, with a complaint, where they cannot be read or are more than `maximumSize`,
+    which is a whole number of mebibytes.
+*/
 std::optional<QByteArray> readWholeInput(const std::string &fileName, qsizetype maximumSize);
 
 /*! Writes a file, or to standard output for "-". The file is replaced as a whole, or, with a complaint and

@@ -1,13 +1,11 @@
-// The command `marblewick`: what the utilities compute, for shells and scripts.
+// The command `marblewick`: the framework for shells and scripts, and for who develops a host.
 
-#include "Tools/Marblewick/Commands.h"
 #include "Tools/Marblewick/Console.h"
+#include "Tools/Marblewick/Digests.h"
 #include "Tools/Marblewick/Feed.h"
+#include "Tools/Marblewick/MACAddress.h"
 #include "Tools/Marblewick/Serve.h"
 
-#include <CLI/CLI.hpp>
-
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -15,126 +13,29 @@ namespace {
 
 constexpr int wrongUsage = 2;
 
-constexpr char feedFields[] =
-    "Members of the object; all but versionIdentifier may be missing or null:\n"
-    "  productIdentifier  identifier of the product\n"
-    "  productName        its name for people\n"
-    "  versionIdentifier  number of the release, an integer; applications with a lower one are told of it\n"
-    "  versionString      version of the release for people\n"
-    "  directDownloadURL  where the installer is downloaded from\n"
-    "  productPageURL     page of the product\n"
-    "  updateInfoURL      page with the release notes, http or https\n"
-    "  appStoreURL        page of the product in a store\n"
-    "  systemVersion      first version of the system that it runs on, such as 12.5";
-
-// CLI11 takes an argument "[a,b]" for a list of two. A NUL in front, which no argument of a program can hold,
-// keeps a file name of that kind whole.
-constexpr char guard = '\0';
-
-std::vector<std::string> guardedArguments(int argc, char **argv)
-{
-    std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
-    for (std::string &argument : arguments) {
-        if (argument.starts_with('['))
-            argument.insert(0, 1, guard);
-    }
-    std::reverse(arguments.begin(), arguments.end()); // the order that CLI11 takes them in
-    return arguments;
-}
-
-/*! An option whose values are file names, byte for byte. */
-CLI::Option *addFiles(CLI::App *command, const std::string &name, const std::string &description,
-                      std::vector<std::string> *files)
-{
-    const auto keep = [files](const CLI::results_t &values) {
-        *files = values;
-        for (std::string &file : *files)
-            std::erase(file, guard);
-        return true;
-    };
-    return command->add_option(name, keep, description);
-}
-
-/*! An option whose value is a file name, byte for byte. */
-CLI::Option *addFile(CLI::App *command, const std::string &name, const std::string &description,
-                     std::string *file)
-{
-    const auto keep = [file](const CLI::results_t &values) {
-        *file = values.front();
-        std::erase(*file, guard);
-        return !file->empty();
-    };
-    return command->add_option(name, keep, description)->type_name("PATH");
-}
-
 /*! Says what is wrong with the command line. */
 void complainAboutUsage(const CLI::App &app, const CLI::ParseError &error)
 {
     const std::vector<std::string> unexpected = app.remaining(true);
-    std::string text = unexpected.empty() ? error.what() : "unexpected argument: " + unexpected.front();
-    std::erase(text, guard);
-    complain(QString::fromStdString(text));
+    const std::string text = unexpected.empty() ? error.what() : "unexpected argument: " + unexpected.front();
+    complain(QString::fromStdString(withoutGuards(text)));
     std::fputs("Try: marblewick --help\n", stderr);
 }
 
 /*! Does what the command line asks for, and returns the exit status. */
 int run(int argc, char **argv)
 {
-    CLI::App app("Prints what Marblewick's utilities compute.", "marblewick");
+    CLI::App app("What Marblewick does for its hosts, on the command line.", "marblewick");
     app.set_version_flag("--version", "marblewick " MARBLEWICK_VERSION, "Print the version and exit");
     app.footer("The exit status is 0 where all could be done, 1 where something failed, and 2 for a wrong "
                "command line.");
     app.require_subcommand(1);
-    CLI::App *const digest = app.add_subcommand("digest", "Digests of files or of standard input");
-    digest->require_subcommand(1);
-    const CLI::App *const mac = app.add_subcommand("mac",
-                                                   "The address of the machine's primary Ethernet interface");
-
-    std::vector<std::string> files{"-"};
-    const auto addDigest = [digest, &files](const std::string &name, const std::string &description) {
-        CLI::App *const command = digest->add_subcommand(name, description);
-        addFiles(command, "FILE", "Files; \"-\" or none is standard input", &files)
-            ->allow_extra_args()
-            ->expected(1, -1);
-        return command;
-    };
-    const CLI::App *const sha1 = addDigest("sha1", "SHA-1, in lines as those of sha1sum");
-    const CLI::App *const sha256 = addDigest("sha256", "SHA-256, in lines as those of sha256sum");
-    CLI::App *const hmac = addDigest("hmac", "HMAC-SHA-256 under a key");
-    std::vector<std::string> keyFile;
-    addFiles(hmac, "--key-file", "File whose bytes are the key, up to 1 MiB", &keyFile)
-        ->type_name("FILE")
-        ->required();
-    CLI::App *const checksum = app.add_subcommand("checksum",
-                                                  "Checksums of files, folders and file packages");
-    addFiles(checksum, "PATH", "Files, folders or file packages", &files)
-        ->allow_extra_args()
-        ->expected(1, -1)
-        ->required();
-
-    CLI::App *const serveCommand = app.add_subcommand("serve",
-                                                      "A server on 127.0.0.1 to develop a host against");
-    ServeOptions serveOptions;
-    serveCommand->add_option("--port", serveOptions.port, "Port; any that is free without")
-        ->check(CLI::Range(1, 65535))
-        ->type_name("NUMBER");
-    addFile(serveCommand, "--feed", "Release record to serve at /feed", &serveOptions.feedFile);
-    addFile(serveCommand, "--notes", "Folder to serve under /notes/", &serveOptions.notesFolder);
-    addFile(serveCommand, "--reports", "Folder for the crash reports that are posted to /report",
-            &serveOptions.reportsFolder);
-
-    CLI::App *const feed = app.add_subcommand("feed", "The feed that announces a release to its users");
-    feed->require_subcommand(1);
-    std::string feedInput;
-    std::string feedOutput;
-    CLI::App *const create = feed->add_subcommand("create", "Writes the feed of a record");
-    addFile(create, "INPUT", "Record as a JSON object; \"-\" is standard input", &feedInput)->required();
-    addFile(create, "OUTPUT", "Feed; \"-\" is standard output", &feedOutput)->required();
-    create->footer(feedFields);
-    CLI::App *const show = feed->add_subcommand("show", "Prints what a feed announces, or why it is none");
-    addFile(show, "FILE", "Feed; \"-\" is standard input", &feedInput)->required();
-    bool asJSON = false;
-    show->add_flag("--json", asJSON, "As the JSON object that \"create\" takes");
+    Action action;
+    addDigestCommands(&app, &action);
+    addChecksumCommand(&app, &action);
+    addMACCommand(&app, &action);
+    addFeedCommands(&app, &action);
+    addServeCommand(&app, &action);
 
     try {
         app.parse(guardedArguments(argc, argv));
@@ -145,25 +46,7 @@ int run(int argc, char **argv)
         complainAboutUsage(app, error);
         return wrongUsage;
     }
-
-    bool isDone = false;
-    if (create->parsed()) {
-        isDone = createFeed(feedInput, feedOutput);
-    } else if (show->parsed()) {
-        isDone = showFeed(feedInput, asJSON);
-    } else if (serveCommand->parsed()) {
-        isDone = serve(serveOptions);
-    } else if (mac->parsed()) {
-        isDone = printMACAddress();
-    } else if (checksum->parsed()) {
-        isDone = printDigests(files, checksumOfPath);
-    } else if (sha1->parsed()) {
-        isDone = printDigests(files, sha1Digest);
-    } else if (sha256->parsed()) {
-        isDone = printDigests(files, sha256Digest);
-    } else if (const std::optional<QByteArray> key = readKey(keyFile.front())) {
-        isDone = printDigests(files, sha256HMAC(*key));
-    }
+    const bool isDone = action();
     return finishOutput() && isDone ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
