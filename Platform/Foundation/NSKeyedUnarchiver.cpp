@@ -147,16 +147,18 @@ NSKeyedUnarchiver::NSKeyedUnarchiver(const QByteArray &data)
 {
     d->data = data;
     d->allowance = maximumMultiple * data.size();
-    const auto list = BinaryPropertyList::open(d->data);
+    auto list = BinaryPropertyList::open(d->data);
     if (!list) {
         d->fail(u"It is not a property list in binary form."_s);
         return;
     }
-    d->list = *list;
-    d->objects = list->objectForKey(list->top(), KeyedArchive::objectsKey);
-    const Object archiver = list->objectForKey(list->top(), KeyedArchive::archiverKey);
-    const Object version = list->objectForKey(list->top(), KeyedArchive::versionKey);
-    if (!list->isString(archiver, KeyedArchive::archiver) || list->integer(version) != KeyedArchive::version)
+    d->list = *std::move(list);
+    const Object top = d->list.top();
+    d->objects = d->list.objectForKey(top, KeyedArchive::objectsKey);
+    const Object archiver = d->list.objectForKey(top, KeyedArchive::archiverKey);
+    const Object version = d->list.objectForKey(top, KeyedArchive::versionKey);
+    if (!d->list.isString(archiver, KeyedArchive::archiver)
+        || d->list.integer(version) != KeyedArchive::version)
         d->fail(u"It is a property list, but not a keyed archive of the known version."_s);
 }
 

@@ -14,6 +14,9 @@ constexpr QLatin1StringView magic("bplist0"); // a digit that does not matter fo
 constexpr qsizetype headerSize = 8;
 constexpr qsizetype trailerSize = 32;
 
+/*! What stands for the count of an object's units where it does not fit into half a byte. */
+constexpr quint8 countFollows = 0xf;
+
 /*! The unsigned number that up to 8 bytes hold, the highest first. */
 quint64 number(QByteArrayView bytes)
 {
@@ -52,14 +55,15 @@ std::optional<BinaryPropertyList> BinaryPropertyList::open(QByteArrayView bytes)
 
     BinaryPropertyList list;
     list.m_objects = bytes.first(static_cast<qsizetype>(table));
-    list.m_offsets = bytes.sliced(static_cast<qsizetype>(table)).chopped(trailerSize);
-    list.m_offsetSize = static_cast<qsizetype>(offsetSize);
     list.m_referenceSize = static_cast<qsizetype>(referenceSize);
-    list.m_count = static_cast<qsizetype>(count);
     list.m_top = static_cast<Object>(top);
-    for (Object object = 0; object < list.m_count; ++object) {
-        if (!list.content(object))
+    list.m_offsets.reserve(count);
+    for (QByteArrayView rest = bytes.sliced(list.m_objects.size()).chopped(trailerSize); !rest.isEmpty();) {
+        const quint64 offset = number(rest.first(static_cast<qsizetype>(offsetSize)));
+        if (offset < headerSize || offset >= table)
             return std::nullopt;
+        list.m_offsets.push_back(static_cast<qsizetype>(offset));
+        rest = rest.sliced(static_cast<qsizetype>(offsetSize));
     }
     return list;
 }
@@ -74,12 +78,9 @@ std::optional<QByteArrayView> BinaryPropertyList::bytes(qsizetype start, qsizety
 
 std::optional<BinaryPropertyList::Content> BinaryPropertyList::content(Object object) const
 {
-    if (object < 0 || object >= m_count)
+    if (object < 0 || object >= static_cast<Object>(m_offsets.size()))
         return std::nullopt;
-    const quint64 offset = number(m_offsets.sliced(object * m_offsetSize, m_offsetSize));
-    if (offset < headerSize || offset >= static_cast<quint64>(m_objects.size()))
-        return std::nullopt;
-    const auto start = static_cast<qsizetype>(offset);
+    const qsizetype start = m_offsets[static_cast<size_t>(object)];
     const auto first = static_cast<quint8>(m_objects[start]);
     return Content{static_cast<quint8>(first >> 4), static_cast<quint8>(first & 0xf), start + 1};
 }
@@ -109,7 +110,7 @@ std::optional<BinaryPropertyList::Units> BinaryPropertyList::units(Object object
     if (size == 0)
         return std::nullopt;
     Units result{item->kind, item->low, item->start};
-    if (item->low == 0xf) { // The count follows as an integer.
+    if (item->low == countFollows) { // as an integer
         const int marker = item->start < m_objects.size() ? static_cast<quint8>(m_objects[item->start]) : 0;
         if (marker < 0x10 || marker > 0x13)
             return std::nullopt;
@@ -120,7 +121,8 @@ std::optional<BinaryPropertyList::Units> BinaryPropertyList::units(Object object
         result.count = static_cast<qsizetype>(number(*count));
         result.start = item->start + 1 + width;
     }
-    return result.count <= (m_objects.size() - result.start) / size ? std::optional(result) : std::nullopt;
+    // No overflow: the count is at most the number of bytes, of which there are far less than 2^59.
+    return result.count * size <= m_objects.size() - result.start ? std::optional(result) : std::nullopt;
 }
 
 std::optional<qint64> BinaryPropertyList::integer(Object object) const
@@ -177,19 +179,27 @@ std::optional<QString> BinaryPropertyList::string(Object object) const
 
 bool BinaryPropertyList::isString(Object object, QLatin1StringView text) const
 {
+    if (object < 0 || object >= static_cast<Object>(m_offsets.size()))
+        return false;
+    const int low = m_objects[m_offsets[static_cast<size_t>(object)]] & 0xf;
+    if (low != countFollows && low != text.size()) // most keys of a dictionary that is searched
+        return false;
     const auto characters = units(object);
     if (!characters || characters->count != text.size())
         return false;
-    if (characters->kind == ASCIIStringKind)
-        return m_objects.sliced(characters->start, characters->count)
-               == QByteArrayView(text.data(), text.size());
-    return characters->kind == UTF16StringKind && string(object) == text;
+    if (characters->kind == UTF16StringKind)
+        return string(object) == text;
+    return characters->kind == ASCIIStringKind
+           && std::equal(text.begin(), text.end(), m_objects.begin() + characters->start);
 }
 
 BinaryPropertyList::Object BinaryPropertyList::reference(qsizetype start, qsizetype index) const
 {
-    const quint64 object = number(m_objects.sliced(start + index * m_referenceSize, m_referenceSize));
-    return object < static_cast<quint64>(m_count) ? static_cast<Object>(object) : danglingObject;
+    const char *const bytes = m_objects.data() + start + index * m_referenceSize;
+    quint64 object = 0;
+    for (qsizetype i = 0; i < m_referenceSize; ++i)
+        object = object << 8 | static_cast<quint8>(bytes[i]);
+    return object < m_offsets.size() ? static_cast<Object>(object) : danglingObject;
 }
 
 BinaryPropertyList::Object BinaryPropertyList::objectAtIndex(Object array, qsizetype index) const

@@ -5,12 +5,13 @@
 #include <QString>
 
 #include <optional>
+#include <vector>
 
 namespace Marblewick {
 
-/*! A binary property list from anybody, read where it lies: nothing is copied, and no tree is built, before a
-    value is asked for, so that neither nesting nor shared references cost anything. Whatever is not as it has
-    to be, or not of the type asked for, reads as nil.
+/*! A binary property list from anybody, read where it lies: a flat table says where each object begins, and
+    nothing else is made before a value is asked for, so that neither nesting nor shared references cost
+    anything. Whatever is not as it has to be, or not of the type asked for, reads as nil.
 
     A view: the bytes must outlive it. Any thread.
 */
@@ -82,10 +83,8 @@ private:
     Object reference(qsizetype start, qsizetype index) const;
 
     QByteArrayView m_objects; ///< from the first byte of the list to the end of its last object
-    QByteArrayView m_offsets;
-    qsizetype m_offsetSize = 1;
+    std::vector<qsizetype> m_offsets; ///< of each object within the former
     qsizetype m_referenceSize = 1;
-    qsizetype m_count = 0;
     Object m_top = noObject;
 };
 
