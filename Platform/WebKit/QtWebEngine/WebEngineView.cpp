@@ -100,29 +100,27 @@ void WebEngineView::contextMenuEvent(QContextMenuEvent *event)
     if (!request || !request->selectedText().isEmpty() || !request->linkUrl().isEmpty()
         || request->mediaType() != QWebEngineContextMenuRequest::MediaTypeNone
         || request->isContentEditable()) {
-        openMenu(position, globalPosition);
+        openMenu(position, globalPosition, false);
         return;
     }
     // What can be copied is what is selected: without a selection, the word that was clicked.
     m_page.runJavaScript(selectionOfWord(QPointF(position) / zoomFactor()),
                          QWebEngineScript::ApplicationWorld,
                          [self = QPointer(this), position, globalPosition](const QVariant &isSelected) {
-                             if (!self)
-                                 return;
-                             if (isSelected.toBool())
-                                 self->m_page.action(QWebEnginePage::Copy)->setEnabled(true);
-                             self->openMenu(position, globalPosition);
+                             if (self)
+                                 self->openMenu(position, globalPosition, isSelected.toBool());
                          });
 }
 
-void WebEngineView::openMenu(const QPoint &position, const QPoint &globalPosition)
+void WebEngineView::openMenu(const QPoint &position, const QPoint &globalPosition, bool isWordSelected)
 {
     if (!m_page.client())
         return;
     QMenu *const menu = createStandardContextMenu();
-    QAction *const copy = m_page.action(QWebEnginePage::Copy);
-    if (m_page.hasSelection() && !menu->actions().contains(copy))
-        menu->addAction(copy);
+    if (isWordSelected) { // which the menu does not know
+        m_page.action(QWebEnginePage::Copy)->setEnabled(true);
+        menu->addAction(m_page.action(QWebEnginePage::Copy));
+    }
     for (const TaggedAction &tagged : taggedActions)
         NSMenuItem::setTag(m_page.action(tagged.action), tagged.tag);
     QContextMenuEvent event(QContextMenuEvent::Mouse, position, globalPosition);

@@ -26,7 +26,7 @@ protected:
     void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
-    void openMenu(const QPoint &position, const QPoint &globalPosition);
+    void openMenu(const QPoint &position, const QPoint &globalPosition, bool isWordSelected);
 
     QWebEngineProfile m_profile;
     WebEnginePage m_page;
