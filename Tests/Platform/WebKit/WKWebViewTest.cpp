@@ -300,9 +300,13 @@ TEST_F(WebViewTest, TheDelegateIsAskedForFramesInsideThePageToo)
     pages.add(u"/outside"_s, {u"outside"_s});
     pages.add(u"/a"_s, {u"<iframe src='/inner' style='border:0'></iframe>"_s});
     load(pages.url(u"/a"_s));
-    ASSERT_TRUE(pages.isDrawn(u"/inner"_s));
-    WebPages::click(view, 0);
-    ASSERT_TRUE(pages.isRequested(u"/outside"_s));
+    ASSERT_TRUE(pages.isDrawn(u"/a"_s) && pages.isDrawn(u"/inner"_s));
+    // A frame takes clicks only some time after it was drawn.
+    ASSERT_TRUE(WebPages::waitFor([&] {
+        WebPages::click(view, 0);
+        return delegate.asked.size() == 3;
+    }));
+    EXPECT_EQ(delegate.asked.last(), pages.url(u"/outside"_s));
     EXPECT_EQ(delegate.types,
               (QList{WKNavigationTypeOther, WKNavigationTypeOther, WKNavigationTypeLinkActivated}));
 }
@@ -359,7 +363,8 @@ TEST_F(WebViewTest, ALinkIsFollowedByTheKeyboardAsByAClick)
     delegate.answers = true;
     view->setNavigationDelegate(&delegate);
     pages.add(u"/b"_s, {u"b"_s});
-    pages.add(u"/a"_s, {u"<a href='/b'>b</a><script>onfocusin = () => fetch('/focused')</script>"_s});
+    pages.add(u"/a"_s,
+              {u"<a href='/b'>b</a><script>addEventListener('focusin', () => fetch('/focused'))</script>"_s});
     load(pages.url(u"/a"_s));
     ASSERT_TRUE(pages.isDrawn(u"/a"_s));
     view->activateWindow();
