@@ -19,6 +19,9 @@ QColor colorOnScreen(const QPoint &place)
 
 TEST_F(UpdatePanelFront, ComesToTheFrontAndLeavesTheKeyboardWhereItWas)
 {
+    if (QGuiApplication::platformName() != u"xcb")
+        GTEST_SKIP()
+            << "This window system gives the keyboard to each new window, and draws no stack of them.";
     QLineEdit field;
     field.setGeometry(field.screen()->availableGeometry());
     field.show();
@@ -33,9 +36,6 @@ TEST_F(UpdatePanelFront, ComesToTheFrontAndLeavesTheKeyboardWhereItWas)
     EXPECT_EQ(QApplication::focusWidget(), &field);
     QTest::keyClicks(QApplication::focusWidget(), u"typed"_s);
     EXPECT_EQ(field.text(), u"typed"_s);
-    // Only a real window system draws windows over each other.
-    if (QGuiApplication::platformName() == u"xcb") {
-        EXPECT_EQ(colorOnScreen(panel.window()->geometry().topLeft() + QPoint(5, 5)),
-                  panel.window()->palette().color(QPalette::Window));
-    }
+    EXPECT_EQ(colorOnScreen(panel.window()->geometry().topLeft() + QPoint(5, 5)),
+              panel.window()->palette().color(QPalette::Window));
 }
