@@ -23,6 +23,8 @@ constinit const QLatin1StringView MBWLastSWUpdateVersionKey("MBWLastSWUpdateVers
 
 namespace {
 
+constexpr int minimumWidth = 520;
+
 /*! The information property of builds that a store sells. */
 constexpr QLatin1StringView buildVersionKey("MWBuildVersion");
 
@@ -178,7 +180,8 @@ void MBWUpdateNotificationPanel::setUpTexts()
     m_ui->retranslateUi(window());
     setErrorText(m_errorText);
     setUpReleaseTexts();
-    // A layout with texts that wrap does not give its window a minimum height by itself.
+    // A layout with texts that wrap does not give its window a minimum size by itself.
+    window()->setMinimumWidth(qMax(minimumWidth, window()->layout()->minimumSize().width()));
     window()->setMinimumHeight(window()->layout()->minimumHeightForWidth(window()->minimumWidth()));
 }
 

@@ -32,11 +32,11 @@ QStringList filesBelow(const QString &folder)
 
 bool isEngineMapped() { return readFile(u"/proc/self/maps"_s).contains("WebEngine"); }
 
-/*! The menu that a right click on a row opens; its visible items. */
-QStringList menuItems(QWidget *view, int row)
+/*! The visible items of the menu that a right click on a row opens within so many milliseconds. */
+QStringList menuItems(QWidget *view, int row, int limit = 20000)
 {
     WebPages::click(view, row, Qt::RightButton);
-    if (!QTest::qWaitFor([] { return qobject_cast<QMenu *>(QApplication::activePopupWidget()); }))
+    if (!WebPages::waitFor([] { return qobject_cast<QMenu *>(QApplication::activePopupWidget()); }, limit))
         return {};
     QStringList texts;
     for (const QAction *const item : qobject_cast<QMenu *>(QApplication::activePopupWidget())->actions()) {
@@ -108,7 +108,7 @@ TEST_F(UpdateNotes, WithAnErrorStatusAreAPage)
 {
     info->setUpdateInfoURL(pages.url(u"/missing"_s)); // 404
     panel.showWindowForUpdateInfo(info);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return content() == panel.webContainerView(); }, 20000));
+    EXPECT_TRUE(WebPages::waitFor([&] { return content() == panel.webContainerView(); }));
 }
 
 // Failures
@@ -173,7 +173,7 @@ TEST_F(UpdateNotes, ThatBreakOffAfterTheyBeganLeaveTheLoadingView)
     pages.add(u"/notes"_s, {u"What is new"_s});
     info->setUpdateInfoURL(server.url());
     panel.showWindowForUpdateInfo(info);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return bool(hasBroken); }, 20000));
+    ASSERT_TRUE(WebPages::waitFor([&] { return bool(hasBroken); }));
     QTest::qWait(500); // for what must not happen
     EXPECT_EQ(content(), panel.loadingView());
     EXPECT_EQ(panel.errorText(), QString());
@@ -191,9 +191,9 @@ TEST_F(UpdateNotes, WhoseWindowIsClosedWhileTheyLoadAreStoppedWithoutAnError)
     });
     info->setUpdateInfoURL(server.url());
     panel.showWindowForUpdateInfo(info);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return bool(isAsked); }, 20000));
+    ASSERT_TRUE(WebPages::waitFor([&] { return bool(isAsked); }));
     panel.window()->close();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return bool(isLetGo); }, 20000));
+    EXPECT_TRUE(WebPages::waitFor([&] { return bool(isLetGo); }));
     EXPECT_EQ(content(), panel.loadingView());
     EXPECT_EQ(panel.errorText(), QString());
 }
@@ -208,7 +208,7 @@ TEST_F(UpdateNotes, SupersededWhileTheyLoadDoNotShowAnError)
     });
     info->setUpdateInfoURL(server.url());
     panel.showWindowForUpdateInfo(info);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return bool(isAsked); }, 20000));
+    ASSERT_TRUE(WebPages::waitFor([&] { return bool(isAsked); }));
     info->setUpdateInfoURL(pages.url(u"/notes"_s));
     showNotes({u"What is new"_s});
     EXPECT_EQ(panel.errorText(), QString());
@@ -220,7 +220,7 @@ TEST_F(UpdateNotes, ALinkWithoutAFragmentOpensInTheBrowserHidesThePanelAndSkipsT
 {
     showNotes({u"<a href='/outside'>outside</a>"_s});
     click(0);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !isShown(); }));
+    ASSERT_TRUE(WebPages::waitFor([&] { return !isShown(); }));
     EXPECT_EQ(opened, QList{pages.url(u"/outside"_s)});
     EXPECT_TRUE(isSkipped());
     EXPECT_EQ(pages.requestCount(u"/outside"_s), 0);
@@ -232,13 +232,13 @@ TEST_F(UpdateNotes, ALinkForAWindowOfItsOwnToAMailerAndToTheTopOfThePageAreTreat
     showNotes({u"<a href='/outside' target=_blank>outside</a>"_s,
                u"<a href='mailto:maker@example.com'>mail</a>"_s, u"<a href='#'>top</a>"_s});
     click(0);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !isShown(); }));
+    ASSERT_TRUE(WebPages::waitFor([&] { return !isShown(); }));
     panel.window()->show();
     click(1);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !isShown(); }));
+    ASSERT_TRUE(WebPages::waitFor([&] { return !isShown(); }));
     panel.window()->show();
     click(2);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !isShown(); }));
+    ASSERT_TRUE(WebPages::waitFor([&] { return !isShown(); }));
     EXPECT_EQ(opened, (QList{pages.url(u"/outside"_s), QUrl(u"mailto:maker@example.com"_s),
                              QUrl(pages.url(u"/notes"_s).toString() + u'#')}));
     EXPECT_TRUE(isSkipped());
@@ -351,11 +351,11 @@ TEST_F(UpdateNotes, ARightClickOffersToCopyTheTextOrTheLinkAndNothingElse)
     showNotes({u"<p style='margin:0'>Wording</p>"_s, u"<a href='/outside'>outside</a>"_s});
     EXPECT_EQ(menuItems(panel.webView(), 0), QStringList{u"Copy"_s});
     chooseOnlyMenuItem();
-    EXPECT_TRUE(QTest::qWaitFor([] { return QApplication::clipboard()->text() == u"Wording"; }))
+    EXPECT_TRUE(WebPages::waitFor([] { return QApplication::clipboard()->text() == u"Wording"; }))
         << qPrintable(QApplication::clipboard()->text());
     EXPECT_EQ(menuItems(panel.webView(), 1), QStringList{u"Copy link address"_s});
     chooseOnlyMenuItem();
-    EXPECT_TRUE(QTest::qWaitFor([&] {
+    EXPECT_TRUE(WebPages::waitFor([&] {
         return QApplication::clipboard()->text() == pages.url(u"/outside"_s).toString();
     })) << qPrintable(QApplication::clipboard()->text());
 }
@@ -363,6 +363,6 @@ TEST_F(UpdateNotes, ARightClickOffersToCopyTheTextOrTheLinkAndNothingElse)
 TEST_F(UpdateNotes, ARightClickWhereThereIsNothingToCopyOpensNoMenu)
 {
     showNotes({u"<p style='margin:0'>Wording</p>"_s});
-    EXPECT_EQ(menuItems(panel.webView(), 3), QStringList());
+    EXPECT_EQ(menuItems(panel.webView(), 3, 500), QStringList());
     EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
 }

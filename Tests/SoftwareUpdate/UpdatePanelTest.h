@@ -72,7 +72,7 @@ protected:
     {
         info->setUpdateInfoURL(url);
         panel.showWindowForUpdateInfo(info);
-        ASSERT_TRUE(QTest::qWaitFor([&] { return content() == panel.errorView(); }, 20000));
+        ASSERT_TRUE(WebPages::waitFor([&] { return content() == panel.errorView(); }));
     }
 
     const TemporaryHome home;

@@ -1,13 +1,14 @@
 #include "Tests/Support/WebPages.h"
 
+#include <QEventLoop>
 #include <QTest>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 constexpr int rowHeight = 40;
-constexpr int loadTimeout = 20000; // milliseconds; the engine's first start on a busy machine takes long
 
 QString pathOf(const LoopbackServer::Request &request)
 {
@@ -39,12 +40,26 @@ qsizetype WebPages::requestCount(const QString &path) const
 
 bool WebPages::isDrawn(const QString &path, qsizetype time) const
 {
-    return QTest::qWaitFor([&] { return requestCount(u"/drawn"_s + path) >= time; }, loadTimeout);
+    return waitFor([&] { return requestCount(u"/drawn"_s + path) >= time; });
 }
 
 bool WebPages::isRequested(const QString &path) const
 {
-    return QTest::qWaitFor([&] { return requestCount(path) > 0; }, loadTimeout);
+    return waitFor([&] { return requestCount(path) > 0; });
+}
+
+bool WebPages::waitFor(const std::function<bool()> &condition, int limit)
+{
+    QEventLoop loop;
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        if (condition())
+            loop.quit();
+    });
+    poll.start(5);
+    QTimer::singleShot(limit, &loop, &QEventLoop::quit);
+    loop.exec();
+    return condition();
 }
 
 QWidget *WebPages::receiver(QWidget *view)

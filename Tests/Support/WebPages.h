@@ -23,6 +23,12 @@ public:
     /*! Waits until a path was asked for. */
     [[nodiscard]] bool isRequested(const QString &path) const;
 
+    /*! Runs the event loop until a condition holds, for at most that many milliseconds, and returns whether
+       it does. The engine's many small steps make it far quicker than QTest::qWaitFor(), which sleeps between
+       them. The limit is long because the engine's first start on a busy machine is.
+    */
+    [[nodiscard]] static bool waitFor(const std::function<bool()> &condition, int limit = 20000);
+
     /*! Moves the mouse to a row of the page that `view` shows, and clicks there. */
     static void click(QWidget *view, int row, Qt::MouseButton button = Qt::LeftButton);
     /*! What a view hands its keys and clicks to. */

@@ -12,11 +12,16 @@
 #include <QWebEngineProfile>
 #include <QWebEngineSettings>
 
+#include <chrono>
+
 using namespace Qt::StringLiterals;
 
 namespace Marblewick {
 
 namespace {
+
+/*! For how long what a page does counts as the user's doing, as the HTML standard advises. */
+constexpr std::chrono::seconds userActivation{5};
 
 bool isOfTheWeb(const QUrl &url) { return url.scheme() == "http"_L1 || url.scheme() == "https"_L1; }
 
@@ -51,8 +56,6 @@ WebEnginePage::WebEnginePage(QWebEngineProfile *profile, WebContentClient *clien
         if (m_client)
             m_client->didProgress();
     });
-    connect(this, &QWebEnginePage::linkHovered, this,
-            [this](const QString &url) { m_linkUnderPointer = url; });
     connect(this, &QWebEnginePage::urlChanged, this, &WebEnginePage::jumpWithinPage);
     connect(this, &QWebEnginePage::newWindowRequested, this, &WebEnginePage::askForNewWindow);
     connect(this, &QWebEnginePage::featurePermissionRequested, this,
@@ -75,7 +78,7 @@ void WebEnginePage::stop()
 
 bool WebEnginePage::acceptNavigationRequest(const QUrl &url, NavigationType type, bool isMainFrame)
 {
-    if (!m_client || !m_client->decide(url, publishedType(url, type)))
+    if (!m_client || !m_client->decide(url, publishedType(type)))
         return false;
     // What the engine does not load itself, it would hand to the desktop.
     if (!isOfTheWeb(url) && (isMainFrame || !isInline(url)))
@@ -85,12 +88,12 @@ bool WebEnginePage::acceptNavigationRequest(const QUrl &url, NavigationType type
     return true;
 }
 
-WKNavigationType WebEnginePage::publishedType(const QUrl &url, NavigationType type) const
+WKNavigationType WebEnginePage::publishedType(NavigationType type) const
 {
     switch (type) {
     case NavigationTypeLinkClicked:
         // The engine calls it a click, too, when a script goes to another page.
-        return isLinkUnderPointer(url) ? WKNavigationTypeLinkActivated : WKNavigationTypeOther;
+        return isByUser() ? WKNavigationTypeLinkActivated : WKNavigationTypeOther;
     case NavigationTypeFormSubmitted:
         return WKNavigationTypeFormSubmitted;
     case NavigationTypeBackForward:
@@ -102,7 +105,11 @@ WKNavigationType WebEnginePage::publishedType(const QUrl &url, NavigationType ty
     }
 }
 
-bool WebEnginePage::isLinkUnderPointer(const QUrl &url) const { return url.toString() == m_linkUnderPointer; }
+bool WebEnginePage::isByUser() const
+{
+    return m_sinceUserInput.isValid()
+           && m_sinceUserInput.elapsed() < std::chrono::milliseconds(userActivation).count();
+}
 
 void WebEnginePage::begin(const QUrl &url, NavigationType type)
 {
@@ -163,7 +170,7 @@ void WebEnginePage::askForNewWindow(const QWebEngineNewWindowRequest &request)
 /*! The engine goes to another place of the same page without asking, so it is asked when it is there. */
 void WebEnginePage::jumpWithinPage(const QUrl &url)
 {
-    if (m_client && url.hasFragment() && isLinkUnderPointer(url))
+    if (m_client && url.hasFragment() && isByUser())
         m_client->decide(url, WKNavigationTypeLinkActivated);
 }
 

@@ -2,6 +2,7 @@
 
 #include "Platform/WebKit/WebContent.h"
 
+#include <QElapsedTimer>
 #include <QWebEnginePage>
 
 namespace Marblewick {
@@ -18,6 +19,8 @@ class WebEnginePage final : public QWebEnginePage
 public:
     WebEnginePage(QWebEngineProfile *profile, WebContentClient *client);
 
+    /*! The user has clicked or pressed a key in the page. */
+    void noteUserInput() { m_sinceUserInput.start(); }
     void stop();
     bool hasCommitted() const;
     WebContentClient *client() const { return m_client; }
@@ -46,14 +49,14 @@ private:
     void fail(qint64 code);
     void askForNewWindow(const QWebEngineNewWindowRequest &request);
     void jumpWithinPage(const QUrl &url);
-    bool isLinkUnderPointer(const QUrl &url) const;
-    WKNavigationType publishedType(const QUrl &url, NavigationType type) const;
+    bool isByUser() const;
+    WKNavigationType publishedType(NavigationType type) const;
     QDateTime lastArrival() const;
 
     WebContentClient *m_client;
     QUrl m_url; ///< of the navigation that is under way; invalid where none is
     QDateTime m_arrivalBefore;
-    QString m_linkUnderPointer; ///< or of the one that has the focus
+    QElapsedTimer m_sinceUserInput;
 };
 
 } // namespace Marblewick

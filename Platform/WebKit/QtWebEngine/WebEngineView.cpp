@@ -2,6 +2,7 @@
 
 #include "Platform/AppKit/NSMenuItem.h"
 
+#include <QChildEvent>
 #include <QContextMenuEvent>
 #include <QCoreApplication>
 #include <QMenu>
@@ -92,6 +93,22 @@ void WebEngineView::release()
     deleteLater(); // The engine may be in the middle of a call.
 }
 
+/*! The engine puts a widget of its own over the view, and now and then another one, which takes all input. */
+void WebEngineView::childEvent(QChildEvent *event)
+{
+    if (event->added())
+        event->child()->installEventFilter(this);
+    QWebEngineView::childEvent(event);
+}
+
+bool WebEngineView::eventFilter(QObject *watched, QEvent *event)
+{
+    const QEvent::Type type = event->type();
+    if (type == QEvent::MouseButtonRelease || type == QEvent::KeyPress || type == QEvent::TouchEnd)
+        m_page.noteUserInput();
+    return QWebEngineView::eventFilter(watched, event);
+}
+
 void WebEngineView::contextMenuEvent(QContextMenuEvent *event)
 {
     const QWebEngineContextMenuRequest *const request = lastContextMenuRequest();
@@ -100,29 +117,27 @@ void WebEngineView::contextMenuEvent(QContextMenuEvent *event)
     if (!request || !request->selectedText().isEmpty() || !request->linkUrl().isEmpty()
         || request->mediaType() != QWebEngineContextMenuRequest::MediaTypeNone
         || request->isContentEditable()) {
-        openMenu(position, globalPosition);
+        openMenu(position, globalPosition, false);
         return;
     }
     // What can be copied is what is selected: without a selection, the word that was clicked.
     m_page.runJavaScript(selectionOfWord(QPointF(position) / zoomFactor()),
                          QWebEngineScript::ApplicationWorld,
                          [self = QPointer(this), position, globalPosition](const QVariant &isSelected) {
-                             if (!self)
-                                 return;
-                             if (isSelected.toBool())
-                                 self->m_page.action(QWebEnginePage::Copy)->setEnabled(true);
-                             self->openMenu(position, globalPosition);
+                             if (self)
+                                 self->openMenu(position, globalPosition, isSelected.toBool());
                          });
 }
 
-void WebEngineView::openMenu(const QPoint &position, const QPoint &globalPosition)
+void WebEngineView::openMenu(const QPoint &position, const QPoint &globalPosition, bool isWordSelected)
 {
     if (!m_page.client())
         return;
     QMenu *const menu = createStandardContextMenu();
-    QAction *const copy = m_page.action(QWebEnginePage::Copy);
-    if (m_page.hasSelection() && !menu->actions().contains(copy))
-        menu->addAction(copy);
+    if (isWordSelected) { // which the menu does not know
+        m_page.action(QWebEnginePage::Copy)->setEnabled(true);
+        menu->addAction(m_page.action(QWebEnginePage::Copy));
+    }
     for (const TaggedAction &tagged : taggedActions)
         NSMenuItem::setTag(m_page.action(tagged.action), tagged.tag);
     QContextMenuEvent event(QContextMenuEvent::Mouse, position, globalPosition);

@@ -22,11 +22,14 @@ public:
     bool hasCommitted() const override { return m_page.hasCommitted(); }
     void release() override;
 
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 protected:
+    void childEvent(QChildEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
-    void openMenu(const QPoint &position, const QPoint &globalPosition);
+    void openMenu(const QPoint &position, const QPoint &globalPosition, bool isWordSelected);
 
     QWebEngineProfile m_profile;
     WebEnginePage m_page;
