@@ -23,6 +23,13 @@ QString absolutePathFromEnvironment(const char *variable)
     return NSFileManager::stringWithFileSystemRepresentation(value);
 }
 
+QStringView withoutSlashesAtTheEnd(QStringView path)
+{
+    while (path.size() > 1 && path.endsWith(u'/'))
+        path.chop(1);
+    return path;
+}
+
 /*! One field of a user's entry in the user database; empty where there is no such entry. */
 QByteArray fromUserDatabase(uid_t user, char *passwd::*field)
 {
@@ -82,6 +89,12 @@ QString NSTemporaryDirectory()
 QString stringByAppendingPathComponent(const QString &path, const QString &component)
 {
     return path.endsWith(u'/') ? path + component : path + u'/' + component;
+}
+
+QString stringByDeletingLastPathComponent(const QString &path)
+{
+    const QStringView item = withoutSlashesAtTheEnd(path);
+    return withoutSlashesAtTheEnd(item.first(item.lastIndexOf(u'/') + 1)).toString();
 }
 
 } // namespace Marblewick

@@ -38,4 +38,9 @@ MARBLEWICK_CORE_EXPORT QString NSTemporaryDirectory();
 /*! A path and a component joined by exactly one slash. */
 MARBLEWICK_CORE_EXPORT QString stringByAppendingPathComponent(const QString &path, const QString &component);
 
+/*! A path without its last component and the slashes around that: the folder that an item lies in. Empty for
+    a bare name; "/" for "/".
+*/
+MARBLEWICK_CORE_EXPORT QString stringByDeletingLastPathComponent(const QString &path);
+
 } // namespace Marblewick
