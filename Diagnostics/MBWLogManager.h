@@ -49,7 +49,8 @@ public:
     /*! Sends everything that this process and the programs it starts write to standard error to the file at
         `path` from now on: NSLog(), `std::cerr`, the C library's `stderr`, and Qt's messages (`qWarning()` …)
         unless the host has a message handler of its own. Nothing is held back in a buffer, so what was
-        written before a crash is in the file after it.
+        written before a crash is in the file after it. Lines that find no room on the disk are lost, and
+        `std::cerr` then stays silent until the host calls its clear().
 
         The file is made, readable by the user alone, or emptied; missing folders above it are made. Where
         they cannot be made or the file cannot be opened for writing, standard error stays where it is. That

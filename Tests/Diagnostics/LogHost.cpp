@@ -13,7 +13,6 @@
 #include <functional>
 #include <iostream>
 #include <map>
-#include <string_view>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -85,6 +84,7 @@ const std::map<QString, std::function<void(const QString &text)>> steps{
     {u"print-number"_s, [](const QString &) { print(QLocale().toString(1234)); }},
     {u"log"_s, [](const QString &text) { NSLog(u"%@", {text}); }},
     {u"cerr"_s, [](const QString &text) { std::cerr << text.toStdString() << '\n'; }},
+    {u"clear-cerr"_s, [](const QString &) { std::cerr.clear(); }},
     {u"stderr"_s, [](const QString &text) { std::fputs(text.toUtf8().constData(), stderr); }},
     {u"descriptor"_s, writeToDescriptor},
     {u"debug"_s, [](const QString &text) { qDebug().noquote() << text; }},

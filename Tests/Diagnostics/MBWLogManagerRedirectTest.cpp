@@ -257,8 +257,10 @@ TEST_F(Redirect, AFullDiskLosesLinesAndNothingElse)
 
 TEST_F(Redirect, LinesAreWrittenAgainOnceTheDiskHasRoom)
 {
-    const QStringList room{u"limit-file-size:"_s, u"log:room by NSLog"_s, u"cerr:room by cerr"_s,
-                           u"warning:room by Qt"_s};
+    const QStringList room{u"limit-file-size:"_s,        u"log:room by NSLog"_s,  u"warning:room by Qt"_s,
+                           u"stderr:room by stderr\n"_s, u"cerr:still refused"_s, u"clear-cerr"_s,
+                           u"cerr:room by cerr"_s};
     const QByteArray log = logOf(QStringList(u"limit-file-size:10"_s) + allWays + room);
-    EXPECT_EQ(withoutHeads(log.mid(10)), "room by NSLog\nroom by cerr\nroom by Qt\n");
+    EXPECT_EQ(withoutHeads(log.mid(10)), "room by NSLog\nroom by Qt\nroom by stderr\nroom by cerr\n")
+        << "a C++ stream remembers its failure until it is cleared";
 }

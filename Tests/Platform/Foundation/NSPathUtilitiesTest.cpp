@@ -98,3 +98,15 @@ TEST(NSPathUtilities, APathAndAComponentAreJoinedByOneSlash)
     EXPECT_EQ(stringByAppendingPathComponent(u"/a/"_s, u"b"_s), u"/a/b"_s);
     EXPECT_EQ(stringByAppendingPathComponent(u"/"_s, u"b"_s), u"/b"_s);
 }
+
+TEST(NSPathUtilities, WithoutItsLastComponentAPathIsTheFolderThatTheItemLiesIn)
+{
+    EXPECT_EQ(stringByDeletingLastPathComponent(u"/a/b"_s), u"/a"_s);
+    EXPECT_EQ(stringByDeletingLastPathComponent(u"/a/b/"_s), u"/a"_s);
+    EXPECT_EQ(stringByDeletingLastPathComponent(u"/a//b//"_s), u"/a"_s);
+    EXPECT_EQ(stringByDeletingLastPathComponent(u"/a"_s), u"/"_s);
+    EXPECT_EQ(stringByDeletingLastPathComponent(u"/"_s), u"/"_s);
+    EXPECT_EQ(stringByDeletingLastPathComponent(u"a/b"_s), u"a"_s);
+    EXPECT_EQ(stringByDeletingLastPathComponent(u"a"_s), QString());
+    EXPECT_EQ(stringByDeletingLastPathComponent({}), QString());
+}
