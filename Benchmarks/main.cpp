@@ -12,6 +12,7 @@ int main(int argc, char **argv)
     benchmarkCheck();
     benchmarkLaunch();
     benchmarkUpload();
+    benchmarkLog();
     benchmarkHexadecimal();
     benchmarkEncryption();
     benchmarkChecksum();
