@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 /*! The example host, as a program with a home folder of its own. */
 class Host
@@ -11,14 +12,15 @@ public:
 
     QString crashLogFolder() const;
     QString defaultsFile() const;
+    QString logFolder() const;
 
     /*! The demo's folder: the home folder and the pictures are in it. */
     static QString demoFolder();
     /*! Whether a person can see the windows; otherwise the host uses them itself and saves pictures. */
     static bool hasDisplay();
 
-    /*! Launches the host and waits until it has quit; false where it could not or failed. */
-    bool launch(const QString &reportURL) const;
+    /*! Launches the host with arguments and waits until it has quit; false where it could not or failed. */
+    bool launch(QStringList arguments) const;
 
 private:
     const QString m_home;

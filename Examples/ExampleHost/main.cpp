@@ -5,14 +5,29 @@
 #include "MapWindow.h"
 
 #include <Marblewick/MBWCrashReportController.h>
+#include <Marblewick/MBWLogManager.h>
+#include <Marblewick/NSLog.h>
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QTimer>
 #include <QTranslator>
 
 #include <memory>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+void keepLogFile()
+{
+    const MBWLogManager *const logs = MBWLogManager::sharedManager();
+    logs->redirectStandardErrorToFileAtPath(logs->applicationLogFile());
+    Marblewick::NSLog(u"%@ %@ was launched",
+                      {QApplication::applicationName(), QApplication::applicationVersion()});
+}
+
+} // namespace
 
 int main(int argc, char **argv)
 {
@@ -29,9 +44,14 @@ int main(int argc, char **argv)
                                        u"https://crash.example.com/report"_s);
     const QCommandLineOption pictures(
         u"drive"_s, u"Be used by a program, which saves a picture of each window."_s, u"folder"_s);
-    arguments.addOptions({reportURL, pictures});
+    const QCommandLineOption log(u"log"_s, u"Keep a log file of each launch."_s);
+    const QCommandLineOption quit(u"quit"_s, u"Quit as soon as the window is there."_s);
+    arguments.addOptions({reportURL, pictures, log, quit});
     arguments.addHelpOption();
     arguments.process(application);
+
+    if (arguments.isSet(log))
+        keepLogFile();
 
     std::unique_ptr<AutoPilot> autoPilot;
     if (arguments.isSet(pictures))
@@ -42,5 +62,7 @@ int main(int argc, char **argv)
 
     MapWindow window;
     window.show();
+    if (arguments.isSet(quit))
+        QTimer::singleShot(0, &window, &QWidget::close);
     return QApplication::exec();
 }
