@@ -25,7 +25,7 @@ namespace {
 
 constexpr int files = 10'000;
 constexpr size_t keptLogs = 9;
-constexpr int lines = 20'000;
+constexpr int lines = 1'000;
 const char *const line = "2026-11-15 00:17:03.250 Atlas[4711:4711] The map could not be drawn: no paper\n";
 
 void fill(const QString &folder, const QString &prefix)

@@ -49,6 +49,13 @@ void messageHandler(QtMsgType, const QMessageLogContext &, const QString &messag
     print(u"host's handler: "_s + message);
 }
 
+void printHandler()
+{
+    const QtMessageHandler current = qInstallMessageHandler(nullptr);
+    const QtMessageHandler original = qInstallMessageHandler(current);
+    print(current == original ? u"Qt's handler"_s : u"another handler"_s);
+}
+
 void limitFileSize(const QString &bytes)
 {
     std::signal(SIGXFSZ, SIG_IGN);
@@ -92,6 +99,7 @@ const std::map<QString, std::function<void(const QString &text)>> steps{
     {u"fatal"_s, [](const QString &text) { qFatal("%s", qPrintable(text)); }},
     {u"pattern"_s, [](const QString &text) { qSetMessagePattern(text); }},
     {u"install-handler"_s, [](const QString &) { qInstallMessageHandler(messageHandler); }},
+    {u"print-handler"_s, [](const QString &) { printHandler(); }},
     {u"leave-terminal"_s, [](const QString &) { ::setsid(); }},
     {u"limit-file-size"_s, limitFileSize},
     {u"close-standard-error"_s, [](const QString &) { ::close(STDERR_FILENO); }},
