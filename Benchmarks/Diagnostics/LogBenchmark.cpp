@@ -133,11 +133,15 @@ void compareLines(const QString &folder)
 {
     const int original = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
     const QString log = folder + u"/redirected"_s;
+    const QString plain = folder + u"/plain"_s;
+    // New files, as a launch's is: ext4 writes one that was emptied to the disk when it is closed.
     const auto peer = [&] {
-        const PlainFile file(folder + u"/plain"_s);
+        QFile::remove(plain);
+        const PlainFile file(plain);
         return lineTime([&] { file.writeLine(); });
     };
     const auto redirected = [&](void (*write)()) {
+        QFile::remove(log);
         MBWLogManager::sharedManager()->redirectStandardErrorToFileAtPath(log);
         return lineTime(write);
     };
