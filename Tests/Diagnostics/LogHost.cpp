@@ -13,6 +13,7 @@
 #include <functional>
 #include <iostream>
 #include <map>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -77,6 +78,14 @@ void runProgram(const QString &command)
         print(u"the program failed"_s);
 }
 
+/*! Writes where nothing may be written. */
+void crash()
+{
+    std::signal(SIGSEGV, SIG_DFL); // A sanitizer would make it an ordinary exit.
+    void *const guarded = ::mmap(nullptr, 1, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    *static_cast<volatile char *>(guarded) = 1;
+}
+
 /*! What a host may do, by name; a step `name:text` hands it the text. */
 const std::map<QString, std::function<void(const QString &text)>> steps{
     {u"redirect"_s, [](const QString &) { redirect(); }},
@@ -105,7 +114,7 @@ const std::map<QString, std::function<void(const QString &text)>> steps{
     {u"close-standard-error"_s, [](const QString &) { ::close(STDERR_FILENO); }},
     {u"open"_s, openDocument},
     {u"run"_s, runProgram},
-    {u"crash"_s, [](const QString &) { *static_cast<volatile int *>(nullptr) = 1; }},
+    {u"crash"_s, [](const QString &) { crash(); }},
     {u"abort"_s, [](const QString &) { std::abort(); }},
     {u"kill"_s, [](const QString &) { ::kill(::getpid(), SIGKILL); }},
     {u"exit-at-once"_s, [](const QString &) { ::_exit(0); }},
