@@ -8,4 +8,5 @@ void benchmarkFeed();
 void benchmarkHexadecimal();
 void benchmarkLaunch();
 void benchmarkUpdateCheck();
+void benchmarkLog();
 void benchmarkUpload();

@@ -30,6 +30,7 @@ int main(int argc, char **argv)
         {QStringLiteral("upload"), benchmarkUpload},
         {QStringLiteral("feed"), benchmarkFeed},
         {QStringLiteral("update"), benchmarkUpdateCheck},
+        {QStringLiteral("log"), benchmarkLog},
         {QStringLiteral("hexadecimal"), benchmarkHexadecimal},
         {QStringLiteral("encryption"), benchmarkEncryption},
         {QStringLiteral("checksum"), benchmarkChecksum},

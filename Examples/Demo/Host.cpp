@@ -29,6 +29,8 @@ QString Host::crashLogFolder() const { return m_home + u"/state/Logs/DiagnosticR
 
 QString Host::defaultsFile() const { return m_home + u"/config/Cartographer/defaults.json"_s; }
 
+QString Host::logFolder() const { return m_home + u"/data/Cartographer/Logs"_s; }
+
 bool Host::launch(const QStringList &options) const
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();

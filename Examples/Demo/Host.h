@@ -11,13 +11,14 @@ public:
 
     QString crashLogFolder() const;
     QString defaultsFile() const;
+    QString logFolder() const;
 
     /*! The demo's folder: the home folder and the pictures are in it. */
     static QString demoFolder();
     /*! Whether a person can see the windows; otherwise the host uses them itself and saves pictures. */
     static bool hasDisplay();
 
-    /*! Launches the host and waits until it has quit; false where it could not or failed. */
+    /*! Launches the host with options of its own and waits until it has quit; false where it could not or failed. */
     bool launch(const QStringList &options) const;
 
 private:

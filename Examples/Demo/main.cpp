@@ -2,6 +2,7 @@
 
 #include "CrashScene.h"
 #include "UpdateScene.h"
+#include "LogScene.h"
 #include "UtilitiesScene.h"
 
 #include <CLI/CLI.hpp>
@@ -19,6 +20,8 @@ int main(int argc, char **argv)
         "crash", "a first launch, a crash, and the report that reaches the maker");
     const CLI::App *const update = commandLine.add_subcommand(
         "update", "a new release, what the user can do about it, and a check that fails");
+    const CLI::App *const log = commandLine.add_subcommand(
+        "log", "eleven launches, each with a log file, of which ten are kept");
     const CLI::App *const utilities = commandLine.add_subcommand(
         "utilities", "digests, encryption, the machine's address, checksums and queries");
     CLI11_PARSE(commandLine, argc, argv);
@@ -29,6 +32,8 @@ int main(int argc, char **argv)
         isPlayed = playCrashScene() && isPlayed;
     if (playAll || update->parsed())
         isPlayed = playUpdateScene() && isPlayed;
+    if (playAll || log->parsed())
+        isPlayed = playLogScene() && isPlayed;
     if (playAll || utilities->parsed())
         isPlayed = playUtilitiesScene() && isPlayed;
     return isPlayed ? EXIT_SUCCESS : EXIT_FAILURE;

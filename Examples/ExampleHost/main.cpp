@@ -5,10 +5,13 @@
 #include "MapWindow.h"
 
 #include <Marblewick/MBWCrashReportController.h>
+#include <Marblewick/MBWLogManager.h>
 #include <Marblewick/MBWSWUpdateChecker.h>
+#include <Marblewick/NSLog.h>
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QTimer>
 #include <QTranslator>
 
 #include <memory>
@@ -19,6 +22,14 @@ namespace {
 
 /*! The number of this release, 1.4, by which the maker's feed is compared. */
 constexpr qint64 releaseNumber = 140;
+
+void keepLogFile()
+{
+    const MBWLogManager *const logs = MBWLogManager::sharedManager();
+    logs->redirectStandardErrorToFileAtPath(logs->applicationLogFile());
+    Marblewick::NSLog(u"%@ %@ was launched",
+                      {QApplication::applicationName(), QApplication::applicationVersion()});
+}
 
 } // namespace
 
@@ -42,9 +53,14 @@ int main(int argc, char **argv)
     const QCommandLineOption updateAnswer(
         u"update-answer"_s, u"What the program that drives the host does when there is a new release."_s,
         u"answer"_s, u"remind-later"_s);
-    arguments.addOptions({reportURL, pictures, feedURL, updateAnswer});
+    const QCommandLineOption log(u"log"_s, u"Keep a log file of each launch."_s);
+    const QCommandLineOption quit(u"quit"_s, u"Quit as soon as the window is there."_s);
+    arguments.addOptions({reportURL, pictures, feedURL, updateAnswer, log, quit});
     arguments.addHelpOption();
     arguments.process(application);
+
+    if (arguments.isSet(log))
+        keepLogFile();
 
     std::unique_ptr<AutoPilot> autoPilot;
     if (arguments.isSet(pictures))
@@ -64,5 +80,8 @@ int main(int argc, char **argv)
         if (autoPilot)
             autoPilot->followUpdate(updateChecker.get(), arguments.value(updateAnswer));
     }
+
+    if (arguments.isSet(quit))
+        QTimer::singleShot(0, &window, &QWidget::close);
     return QApplication::exec();
 }

@@ -2,6 +2,7 @@
 
 #include "Platform/Foundation/NSFileHandle.h"
 
+#include <QByteArrayList>
 #include <QScopeGuard>
 #include <QStringConverter>
 
@@ -11,7 +12,9 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 namespace Marblewick {
@@ -47,15 +50,58 @@ bool isDirectory(const QByteArray &name)
     return ::stat(name.constData(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-NSDate date(const timespec &time)
+NSDate date(const statx_timestamp &time)
 {
     return {static_cast<double>(time.tv_sec) - NSTimeIntervalSince1970
             + static_cast<double>(time.tv_nsec) * 1e-9};
 }
 
-NSFileAttributes attributes(const struct stat &status)
+std::optional<NSFileAttributes> attributes(const QString &path, int flags, NSError *error)
 {
-    return {fileType(status.st_mode), status.st_size, date(status.st_mtim), status.st_dev, status.st_ino};
+    struct statx status = {};
+    const QByteArray name = NSFileManager::fileSystemRepresentationWithPath(path);
+    if (::statx(AT_FDCWD, name.constData(), flags, STATX_BASIC_STATS | STATX_BTIME, &status) != 0) {
+        set(error, errno, path);
+        return std::nullopt;
+    }
+    const bool hasCreationDate = (status.stx_mask & STATX_BTIME) != 0;
+    return NSFileAttributes{fileType(status.stx_mode),
+                            static_cast<qint64>(status.stx_size),
+                            date(hasCreationDate ? status.stx_btime : status.stx_mtime),
+                            date(status.stx_mtime),
+                            makedev(status.stx_dev_major, status.stx_dev_minor),
+                            status.stx_ino};
+}
+
+/*! Calls `visit` for each entry of a folder but "." and "..". Returns the errno value of what broke the
+    listing off, or 0.
+*/
+template <typename Visitor>
+int list(const QByteArray &name, const Visitor &visit)
+{
+    DIR *const folder = ::opendir(name.constData());
+    if (!folder)
+        return errno;
+    const auto closing = qScopeGuard([folder] { ::closedir(folder); });
+    for (;;) {
+        errno = 0;
+        const dirent *entry = ::readdir(folder);
+        if (!entry)
+            return errno;
+        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
+            visit(*entry);
+    }
+}
+
+/*! Whether an entry of a folder, whose path ends with a slash, is a folder too and no link to one. Not every
+    file system says so in its listing.
+*/
+bool isFolder(const dirent &entry, const QByteArray &folder)
+{
+    if (entry.d_type != DT_UNKNOWN)
+        return entry.d_type == DT_DIR;
+    struct stat status = {};
+    return ::lstat((folder + entry.d_name).constData(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 /*! Text from valid UTF-8. Not QString::fromUtf8(), which drops a byte order mark: in a name it is a character
@@ -122,48 +168,44 @@ bool NSFileManager::enumerateContentsOfDirectoryAtPath(const QString &path,
                                                        const std::function<void(QByteArrayView name)> &visit,
                                                        NSError *error) const
 {
-    DIR *folder = ::opendir(fileSystemRepresentationWithPath(path).constData());
-    if (!folder) {
-        set(error, errno, path);
-        return false;
+    const int failure = list(fileSystemRepresentationWithPath(path),
+                             [&](const dirent &entry) { visit(QByteArrayView(entry.d_name)); });
+    if (failure != 0)
+        set(error, failure, path);
+    return failure == 0;
+}
+
+void NSFileManager::enumerateSubpathsAtPath(
+    const QString &path, const std::function<void(QByteArrayView relativePath)> &visit) const
+{
+    const QByteArray top = fileSystemRepresentationWithPath(path);
+    if (top.isEmpty())
+        return; // With the slash added below it would name the root.
+    // A folder is closed before its subfolders are opened: one open at each depth would use up the process's
+    // files.
+    QByteArrayList pending{{}};
+    while (!pending.isEmpty()) {
+        const QByteArray subfolder = pending.takeLast();
+        const QByteArray folder = top + '/' + subfolder;
+        list(folder, [&](const dirent &entry) {
+            const QByteArray item = subfolder + entry.d_name;
+            visit(item);
+            if (isFolder(entry, folder))
+                pending.append(item + '/');
+        });
     }
-    const auto closing = qScopeGuard([folder] { ::closedir(folder); });
-    for (;;) {
-        errno = 0;
-        const dirent *entry = ::readdir(folder);
-        if (!entry)
-            break;
-        const char *name = entry->d_name;
-        if (std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0)
-            visit(QByteArrayView(name));
-    }
-    if (errno != 0) {
-        set(error, errno, path);
-        return false;
-    }
-    return true;
 }
 
 std::optional<NSFileAttributes> NSFileManager::attributesOfItemAtPath(const QString &path,
                                                                       NSError *error) const
 {
-    struct stat status = {};
-    if (::lstat(fileSystemRepresentationWithPath(path).constData(), &status) != 0) {
-        set(error, errno, path);
-        return std::nullopt;
-    }
-    return attributes(status);
+    return attributes(path, AT_SYMLINK_NOFOLLOW, error);
 }
 
 std::optional<NSFileAttributes> NSFileManager::attributesOfResolvedItemAtPath(const QString &path,
                                                                               NSError *error) const
 {
-    struct stat status = {};
-    if (::stat(fileSystemRepresentationWithPath(path).constData(), &status) != 0) {
-        set(error, errno, path);
-        return std::nullopt;
-    }
-    return attributes(status);
+    return attributes(path, 0, error);
 }
 
 std::optional<QString> NSFileManager::destinationOfSymbolicLinkAtPath(const QString &path,
@@ -270,6 +312,21 @@ bool NSFileManager::createDirectoryAtPath(const QString &path, NSError *error) c
         return true; // Another process was quicker, or a slash ends the path.
     set(error, failure, path);
     return false;
+}
+
+bool NSFileManager::removeItemAtPath(const QString &path, NSError *error) const
+{
+    const QByteArray name = fileSystemRepresentationWithPath(path);
+    if (::unlink(name.constData()) == 0)
+        return true;
+    std::error_code failure(errno, std::generic_category());
+    if (failure.value() == EISDIR) {
+        failure.clear();
+        std::filesystem::remove_all(name.toStdString(), failure);
+    }
+    if (failure)
+        set(error, failure.value(), path);
+    return !failure;
 }
 
 } // namespace Marblewick

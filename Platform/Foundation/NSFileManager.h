@@ -19,6 +19,8 @@ struct NSFileAttributes
 {
     NSFileType type = NSFileType::Other;
     qint64 size = 0; ///< bytes
+    /*! When the item was made; where its file system does not keep that, the modification date. */
+    NSDate creationDate;
     NSDate modificationDate;
     /*! The file system, and the item in it: together, what stays the same by whatever path it is reached. */
     quint64 systemNumber = 0;
@@ -52,6 +54,13 @@ public:
     bool enumerateContentsOfDirectoryAtPath(const QString &path,
                                             const std::function<void(QByteArrayView name)> &visit,
                                             NSError *error = nullptr) const;
+
+    /*! Calls `visit` with the path, relative to `path` and in bytes, of each item in the folder and in its
+        subfolders, a folder before what is in it. Symbolic links are items, and not followed. A folder that
+        is missing or cannot be read counts as empty.
+    */
+    void enumerateSubpathsAtPath(const QString &path,
+                                 const std::function<void(QByteArrayView relativePath)> &visit) const;
 
     /*! The attributes of an item; those of a symbolic link itself, not of what it points to. Nil, with
         `error` set, where they cannot be read.
@@ -91,6 +100,12 @@ public:
         ask. True where it is there already; false, with `error` set, where it cannot be made.
     */
     bool createDirectoryAtPath(const QString &path, NSError *error = nullptr) const;
+
+    /*! Removes a file, a symbolic link (not what it points to), or a folder with all that is in it. False,
+        with `error` set, where it is missing or cannot be removed; a folder may then have lost a part of its
+        contents.
+    */
+    bool removeItemAtPath(const QString &path, NSError *error = nullptr) const;
 
 private:
     NSFileManager() = default;

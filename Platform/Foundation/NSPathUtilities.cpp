@@ -24,6 +24,13 @@ QString absolutePathFromEnvironment(const char *variable)
     return NSFileManager::stringWithFileSystemRepresentation(value);
 }
 
+QStringView withoutSlashesAtTheEnd(QStringView path)
+{
+    while (path.size() > 1 && path.endsWith(u'/'))
+        path.chop(1);
+    return path;
+}
+
 /*! One field of a user's entry in the user database; empty where there is no such entry. */
 QByteArray fromUserDatabase(uid_t user, char *passwd::*field)
 {
@@ -96,6 +103,12 @@ QString stringByResolvingSymlinksInPath(const QString &path)
         u"/proc/self/fd/%1"_s.arg(item));
     ::close(item);
     return resolved.value_or(path);
+}
+
+QString stringByDeletingLastPathComponent(const QString &path)
+{
+    const QStringView item = withoutSlashesAtTheEnd(path);
+    return withoutSlashesAtTheEnd(item.first(item.lastIndexOf(u'/') + 1)).toString();
 }
 
 } // namespace Marblewick

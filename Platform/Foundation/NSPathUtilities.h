@@ -43,4 +43,9 @@ MARBLEWICK_CORE_EXPORT QString stringByAppendingPathComponent(const QString &pat
 */
 MARBLEWICK_CORE_EXPORT QString stringByResolvingSymlinksInPath(const QString &path);
 
+/*! A path without its last component and the slashes around that: the folder that an item lies in. Empty for
+    a bare name; "/" for "/".
+*/
+MARBLEWICK_CORE_EXPORT QString stringByDeletingLastPathComponent(const QString &path);
+
 } // namespace Marblewick

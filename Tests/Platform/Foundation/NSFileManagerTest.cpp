@@ -417,3 +417,98 @@ TEST_F(NSFileManagerTest, MakesNoFolderWhereItCannot)
     EXPECT_FALSE(manager->createDirectoryAtPath({}, &error));
     EXPECT_EQ(error.code(), ENOENT);
 }
+
+TEST_F(NSFileManagerTest, TellsWhenAnItemWasMadeWhateverItsModificationDate)
+{
+    const NSDate before = NSDate::date();
+    writeFile(path(u"file"_s), "", 700000000);
+    const auto file = manager->attributesOfItemAtPath(path(u"file"_s));
+    ASSERT_TRUE(file);
+    constexpr double clockTick = 0.01; // The kernel stamps files with the time of its last tick.
+    EXPECT_GE(file->creationDate.timeIntervalSinceReferenceDate,
+              before.timeIntervalSinceReferenceDate - clockTick);
+    EXPECT_LE(file->creationDate, NSDate::date());
+}
+
+TEST_F(NSFileManagerTest, TellsTheModificationDateWhereTheFileSystemKeepsNoCreationDates)
+{
+    const auto file = manager->attributesOfItemAtPath(u"/proc/self/status"_s);
+    ASSERT_TRUE(file);
+    EXPECT_GT(file->modificationDate, NSDate());
+    EXPECT_EQ(file->creationDate, file->modificationDate);
+}
+
+TEST_F(NSFileManagerTest, ListsWhatIsInSubfoldersWithItsPathAFolderFirst)
+{
+    const QByteArray odd = "caf\xe9";
+    writeFile(path(u"folder/sub/deep/.hidden"_s), "");
+    writeFile(path(u"folder/file"_s), "");
+    ASSERT_EQ(::symlink(".", bytes(u"folder/loop"_s).constData()), 0);
+    ASSERT_TRUE(manager->createFileAtPath(
+        path(u"folder/sub/"_s) + NSFileManager::stringWithFileSystemRepresentation(odd), ""));
+    QByteArrayList items;
+    manager->enumerateSubpathsAtPath(path(u"folder"_s),
+                                     [&](QByteArrayView item) { items.append(item.toByteArray()); });
+    EXPECT_THAT(items,
+                UnorderedElementsAre("file", "loop", "sub", "sub/" + odd, "sub/deep", "sub/deep/.hidden"));
+    EXPECT_LT(items.indexOf("sub"), items.indexOf("sub/deep"));
+    EXPECT_LT(items.indexOf("sub/deep"), items.indexOf("sub/deep/.hidden"));
+}
+
+TEST_F(NSFileManagerTest, ListsFoldersInFoldersWithoutKeepingThemOpen)
+{
+    constexpr int depth = 200;
+    QString deepest = path(u"top"_s);
+    for (int i = 0; i < depth; ++i)
+        deepest += u"/x"_s;
+    ASSERT_TRUE(manager->createDirectoryAtPath(deepest));
+    rlimit original = {};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &original), 0);
+    const rlimit few{100, original.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    int count = 0;
+    manager->enumerateSubpathsAtPath(path(u"top"_s), [&](QByteArrayView) { ++count; });
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &original), 0);
+    EXPECT_EQ(count, depth);
+}
+
+TEST_F(NSFileManagerTest, ListsNothingInWhatIsMissingOrNamesNothing)
+{
+    writeFile(path(u"file"_s), "");
+    for (const QString &nothing : {path(u"missing"_s), path(u"file"_s), QString(), QString(QChar(0))})
+        manager->enumerateSubpathsAtPath(nothing, [](QByteArrayView item) { FAIL() << item.data(); });
+}
+
+TEST_F(NSFileManagerTest, RemovesAFileALinkAndAFolderWithAllThatIsInIt)
+{
+    writeFile(path(u"kept/file"_s), "");
+    writeFile(path(u"folder/sub/file"_s), "");
+    ASSERT_EQ(::symlink("../kept", bytes(u"folder/link"_s).constData()), 0);
+    ASSERT_EQ(::symlink("kept", bytes(u"link"_s).constData()), 0);
+    writeFile(path(u"file"_s), "");
+    for (const QString &name : {u"folder"_s, u"link"_s, u"file"_s}) {
+        EXPECT_TRUE(manager->removeItemAtPath(path(name))) << name.toStdString();
+        EXPECT_FALSE(manager->attributesOfItemAtPath(path(name))) << name.toStdString();
+    }
+    EXPECT_TRUE(QFile::exists(path(u"kept/file"_s)));
+}
+
+TEST_F(NSFileManagerTest, RemovesNothingWhereItCannot)
+{
+    NSError error;
+    EXPECT_FALSE(manager->removeItemAtPath(path(u"missing"_s), &error));
+    EXPECT_EQ(error.code(), ENOENT);
+    EXPECT_FALSE(manager->removeItemAtPath({}, &error));
+    EXPECT_EQ(error.code(), ENOENT);
+
+    writeFile(path(u"locked/file"_s), "");
+    writeFile(path(u"locked/folder/file"_s), "");
+    ASSERT_EQ(::chmod(bytes(u"locked/folder"_s).constData(), 0500), 0);
+    ASSERT_EQ(::chmod(bytes(u"locked"_s).constData(), 0500), 0);
+    EXPECT_TRUE(resultInUnprivilegedChild(m_home.path(), [&] {
+        NSError failure;
+        return !manager->removeItemAtPath(path(u"locked/file"_s), &failure) && failure.code() == EACCES
+               && !manager->removeItemAtPath(path(u"locked/folder"_s), &failure) && failure.code() == EACCES;
+    }));
+    EXPECT_TRUE(QFile::exists(path(u"locked/folder/file"_s)));
+}

@@ -141,3 +141,15 @@ TEST(NSPathUtilities, AResolvedPathMayHoldNamesThatAreNotUTF8)
     // QTemporaryDir does not find it.
     EXPECT_EQ(::rmdir(NSFileManager::fileSystemRepresentationWithPath(folder).constData()), 0);
 }
+
+TEST(NSPathUtilities, WithoutItsLastComponentAPathIsTheFolderThatTheItemLiesIn)
+{
+    EXPECT_EQ(stringByDeletingLastPathComponent(u"/a/b"_s), u"/a"_s);
+    EXPECT_EQ(stringByDeletingLastPathComponent(u"/a/b/"_s), u"/a"_s);
+    EXPECT_EQ(stringByDeletingLastPathComponent(u"/a//b//"_s), u"/a"_s);
+    EXPECT_EQ(stringByDeletingLastPathComponent(u"/a"_s), u"/"_s);
+    EXPECT_EQ(stringByDeletingLastPathComponent(u"/"_s), u"/"_s);
+    EXPECT_EQ(stringByDeletingLastPathComponent(u"a/b"_s), u"a"_s);
+    EXPECT_EQ(stringByDeletingLastPathComponent(u"a"_s), QString());
+    EXPECT_EQ(stringByDeletingLastPathComponent({}), QString());
+}
