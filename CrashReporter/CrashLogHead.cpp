@@ -1,34 +1,14 @@
 #include "CrashReporter/CrashLogHead.h"
 
+#include "CrashReporter/CrashRegisters.h"
 #include "CrashReporter/CrashSignals.h"
 #include "CrashReporter/FixedText.h"
 #include "CrashReporter/LocalTime.h"
 
-#include <cstring>
-#include <iterator>
 #include <sys/random.h>
 #include <unistd.h>
 
 namespace {
-
-#if defined(__x86_64__)
-constexpr std::string_view cpuType = "X86-64";
-constexpr std::string_view flavor = "x86_THREAD_STATE";
-constexpr std::string_view registerNames[] = {"r8",  "r9",     "r10", "r11", "r12",  "r13", "r14", "r15",
-                                              "rdi", "rsi",    "rbp", "rbx", "rdx",  "rax", "rcx", "rsp",
-                                              "rip", "rflags", "",    "err", "trap", "",    "cr2"};
-constexpr int programCounterIndex = REG_RIP;
-#elif defined(__aarch64__)
-constexpr std::string_view cpuType = "ARM-64";
-constexpr std::string_view flavor = "ARM_THREAD_STATE64";
-constexpr std::string_view registerNames[] = {"x0",  "x1",  "x2",  "x3",  "x4",  "x5",  "x6",  "x7",  "x8",
-                                              "x9",  "x10", "x11", "x12", "x13", "x14", "x15", "x16", "x17",
-                                              "x18", "x19", "x20", "x21", "x22", "x23", "x24", "x25", "x26",
-                                              "x27", "x28", "fp",  "lr",  "sp",  "pc",  "cpsr"};
-constexpr int programCounterIndex = 32;
-#else
-#error "The registers of this processor have no names yet."
-#endif
 
 /*! As much as any of the texts below needs. */
 using Line = char[128];
@@ -159,8 +139,8 @@ void writeExceptionMembers(JSONWriter &json, const CrashRecord &record)
 void writeThreadState(JSONWriter &json, const CrashRecord &record)
 {
     json.beginObject("threadState");
-    json.string("flavor", flavor);
-    for (std::size_t index = 0; index < std::size(registerNames); ++index) {
+    json.string("flavor", threadStateFlavor);
+    for (std::size_t index = 0; index < registerNames.size(); ++index) {
         if (registerNames[index].empty())
             continue;
         json.beginObject(registerNames[index]);
@@ -168,9 +148,4 @@ void writeThreadState(JSONWriter &json, const CrashRecord &record)
         json.endObject();
     }
     json.endObject();
-}
-
-std::uint64_t programCounter(const CrashRecord &record)
-{
-    return static_cast<std::uint64_t>(record.registers[programCounterIndex]);
 }

@@ -17,6 +17,3 @@ void writeExceptionMembers(JSONWriter &json, const CrashRecord &record);
 
 /*! The member "threadState" of the crashed thread's object: its registers. */
 void writeThreadState(JSONWriter &json, const CrashRecord &record);
-
-/*! Where the crashed thread was. */
-std::uint64_t programCounter(const CrashRecord &record);
