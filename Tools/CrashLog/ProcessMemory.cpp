@@ -1,6 +1,7 @@
 #include "Tools/CrashLog/ProcessMemory.h"
 
 #include <cstdio>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -19,14 +20,26 @@ ProcessMemory::~ProcessMemory()
         ::close(m_file);
 }
 
-std::optional<std::uint64_t> ProcessMemory::word(std::uint64_t address) const
+std::optional<std::uint64_t> ProcessMemory::word(std::uint64_t address)
 {
-    constexpr ssize_t size = sizeof(std::uint64_t);
     std::uint64_t word = 0;
-    const iovec here{&word, size};
+    const std::uint64_t offset = address % pageSize;
+    if (offset > pageSize - sizeof word) // It lies on two pages.
+        return read(address, &word, sizeof word) ? std::optional(word) : std::nullopt;
+    if (m_page != address - offset) {
+        if (!read(address - offset, m_bytes.data(), pageSize))
+            return std::nullopt;
+        m_page = address - offset;
+    }
+    std::memcpy(&word, &m_bytes[offset], sizeof word);
+    return word;
+}
+
+bool ProcessMemory::read(std::uint64_t address, void *bytes, std::size_t size) const
+{
+    const iovec here{bytes, size};
     const iovec there{reinterpret_cast<void *>(address), size};
-    if (::process_vm_readv(m_process, &here, 1, &there, 1, 0) == size
-        || ::pread(m_file, &word, size, static_cast<off_t>(address)) == size)
-        return word;
-    return std::nullopt;
+    const auto all = static_cast<ssize_t>(size);
+    return ::process_vm_readv(m_process, &here, 1, &there, 1, 0) == all
+           || ::pread(m_file, bytes, size, static_cast<off_t>(address)) == all;
 }

@@ -60,7 +60,7 @@ std::optional<Registers> registersOfStoppedThread(pid_t thread)
                                r->r10, r->r11, r->r12, r->r13, r->r14, r->r15, r->rip});
 }
 
-std::optional<Registers> registersBeforeCall(const Registers &registers, const ProcessMemory &memory)
+std::optional<Registers> registersBeforeCall(const Registers &registers, ProcessMemory &memory)
 {
     std::array<std::uint64_t, Registers::count> numbered = registers.numbered;
     const auto returnAddress = memory.word(numbered[stackPointerNumber]);
@@ -119,7 +119,7 @@ std::optional<Registers> registersOfStoppedThread(pid_t thread)
     return result;
 }
 
-std::optional<Registers> registersBeforeCall(const Registers &registers, const ProcessMemory &)
+std::optional<Registers> registersBeforeCall(const Registers &registers, ProcessMemory &)
 {
     Registers result = registers;
     result.programCounter = registers.numbered[linkRegister] - 1;

@@ -35,7 +35,7 @@ std::optional<Registers> registersOfStoppedThread(pid_t thread);
 /*! What the registers were before a call of which no instruction ran, as it led to where no code is. The
    program counter is inside the call. Nil where the stack cannot be read.
 */
-std::optional<Registers> registersBeforeCall(const Registers &registers, const ProcessMemory &memory);
+std::optional<Registers> registersBeforeCall(const Registers &registers, ProcessMemory &memory);
 
 struct NamedRegister
 {

@@ -31,7 +31,7 @@ Stack stackWithoutWalk(const Registers &registers)
 std::vector<Stack> walkStacks(const CrashedProcess &process, Dwfl *images, Detail detail,
                               Clock::time_point deadline)
 {
-    const ProcessMemory memory(process.record.process);
+    ProcessMemory memory(process.record.process);
     std::optional<StackWalker> walker;
     if (images && detail != Detail::NoStacks)
         walker.emplace(images, process.record.process, process.regions, memory);

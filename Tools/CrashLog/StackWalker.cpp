@@ -83,7 +83,7 @@ const Dwfl_Thread_Callbacks StackWalker::callbacks{
 };
 
 StackWalker::StackWalker(Dwfl *images, pid_t process, const std::vector<Region> &regions,
-                         const ProcessMemory &memory)
+                         ProcessMemory &memory)
     : m_images(images)
     , m_process(process)
     , m_regions(regions)

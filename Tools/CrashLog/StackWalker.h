@@ -38,7 +38,7 @@ public:
     using Deadline = std::chrono::steady_clock::time_point;
 
     /*! What is given must outlive the walker. `images` may be null; then each stack has one frame. */
-    StackWalker(Dwfl *images, pid_t process, const std::vector<Region> &regions, const ProcessMemory &memory);
+    StackWalker(Dwfl *images, pid_t process, const std::vector<Region> &regions, ProcessMemory &memory);
 
     /*! The stack of a thread with these registers; at least one frame. */
     Stack walk(const Registers &registers, Deadline deadline);
@@ -51,6 +51,6 @@ private:
     Dwfl *const m_images;
     const pid_t m_process;
     const std::vector<Region> &m_regions;
-    const ProcessMemory &m_memory;
+    ProcessMemory &m_memory;
     Registers m_registers; ///< those that the walk under way begins with
 };

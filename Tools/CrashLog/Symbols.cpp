@@ -1,5 +1,6 @@
 #include "Tools/CrashLog/Symbols.h"
 
+#include "Tools/CrashLog/DWARFScopes.h"
 #include "Tools/CrashLog/Demangle.h"
 
 #include <dwarf.h>
@@ -7,44 +8,30 @@
 
 #include <cstdlib>
 #include <memory>
-#include <span>
 
 namespace {
-
-/*! Scopes, each inside the next one, that elfutils has allocated. */
-class Scopes
-{
-public:
-    Scopes(Dwarf_Die *scopes, int count)
-        : m_scopes(scopes, std::free)
-        , m_count(count > 0 ? static_cast<std::size_t>(count) : 0)
-    { }
-
-    std::span<Dwarf_Die> all() const { return {m_scopes.get(), m_count}; }
-
-private:
-    std::unique_ptr<Dwarf_Die, void (*)(void *)> m_scopes;
-    std::size_t m_count;
-};
-
-/*! The scopes that an address is in, as they are nested in the code. */
-Scopes scopesAt(Dwarf_Die *unit, Dwarf_Addr address)
-{
-    // Around an inlined function these are the scopes where it was written, not those where its code is.
-    Dwarf_Die *asWritten = nullptr;
-    const int count = dwarf_getscopes(unit, address, &asWritten);
-    const Scopes written(asWritten, count);
-    if (written.all().empty())
-        return {nullptr, 0};
-    Dwarf_Die *inCode = nullptr;
-    const int countInCode = dwarf_getscopes_die(&written.all().front(), &inCode);
-    return {inCode, countInCode};
-}
 
 std::string baseName(const char *path)
 {
     const std::string name = path ? path : "";
     return name.substr(name.rfind('/') + 1);
+}
+
+/*! Where a function was declared, which is inside the class or namespace that it belongs to. */
+Dwarf_Die declarationOf(Dwarf_Die function)
+{
+    for (const unsigned reference : {DW_AT_abstract_origin, DW_AT_specification}) {
+        Dwarf_Attribute attribute;
+        dwarf_formref_die(dwarf_attr(&function, reference, &attribute), &function);
+    }
+    return function;
+}
+
+std::string nameOfScope(Dwarf_Die *scope)
+{
+    if (const char *const name = dwarf_diename(scope))
+        return name;
+    return dwarf_tag(scope) == DW_TAG_namespace ? "(anonymous namespace)" : "{lambda}";
 }
 
 std::string functionName(Dwarf_Die *function)
@@ -54,8 +41,22 @@ std::string functionName(Dwarf_Die *function)
         dwarf_attr_integrate(function, DW_AT_linkage_name, &attribute));
     if (symbol)
         return demangled(symbol);
-    const char *const name = dwarf_diename(function);
-    return name ? name : "";
+
+    // A function that other files do not see has no linkage name.
+    const char *const ownName = dwarf_diename(function);
+    std::string name = ownName ? ownName : "";
+    Dwarf_Die declaration = declarationOf(*function);
+    Dwarf_Die *scopes = nullptr;
+    const int count = dwarf_getscopes_die(&declaration, &scopes);
+    const std::unique_ptr<Dwarf_Die, void (*)(void *)> owner(scopes, std::free);
+    for (int i = 1; i < count; ++i) {
+        const int tag = dwarf_tag(&scopes[i]);
+        if (tag == DW_TAG_subprogram)
+            return functionName(&scopes[i]) + "::" + name;
+        if (tag == DW_TAG_namespace || tag == DW_TAG_structure_type || tag == DW_TAG_class_type)
+            name = nameOfScope(&scopes[i]) + "::" + name;
+    }
+    return name;
 }
 
 struct Place
@@ -92,19 +93,14 @@ std::vector<SourceFrame> framesOfUnit(Dwarf_Die *unit, std::uint64_t address, Dw
 {
     std::vector<SourceFrame> frames;
     Place place = placeOfAddress(unit, address - bias);
-    const Scopes scopes = scopesAt(unit, address - bias);
-    for (Dwarf_Die &scope : scopes.all()) {
-        const int tag = dwarf_tag(&scope);
-        const bool isInlined = tag == DW_TAG_inlined_subroutine;
-        if (!isInlined && tag != DW_TAG_subprogram)
-            continue;
+    for (Dwarf_Die &function : functionsAt(unit, address - bias)) {
         Dwarf_Addr start = 0;
-        const bool hasStart = dwarf_entrypc(&scope, &start) == 0;
+        const bool hasStart = dwarf_entrypc(&function, &start) == 0;
+        const bool isInlined = dwarf_tag(&function) == DW_TAG_inlined_subroutine;
         frames.push_back(
-            {functionName(&scope), hasStart ? start + bias : 0, place.file, place.line, isInlined});
-        if (!isInlined)
-            break;
-        place = placeOfCall(unit, &scope);
+            {functionName(&function), hasStart ? start + bias : 0, place.file, place.line, isInlined});
+        if (isInlined)
+            place = placeOfCall(unit, &function);
     }
     return frames;
 }
@@ -129,7 +125,7 @@ std::vector<SourceFrame> Symbols::find(std::uint64_t address) const
     std::vector<SourceFrame> frames;
     if (unit)
         frames = framesOfUnit(unit, address, bias);
-    if (frames.empty() || frames.back().isInlined)
+    if (frames.empty())
         frames.emplace_back();
 
     // The linker knows the parts of a function that the compiler has split off.

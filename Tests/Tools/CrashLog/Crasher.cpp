@@ -1,5 +1,5 @@
-// A program that crashes in the way that its argument names. From the signal's handler it prints the record of
-// the crash to standard output; then it waits to be looked at, and killed.
+// A program that crashes in the way that its argument names. From the signal's handler it prints the record
+// of the crash to standard output; then it waits to be looked at, and killed.
 //
 // The comments "line: …" mark lines that the tests look for in the reports.
 
@@ -189,10 +189,11 @@ int main(int argc, char **argv)
         {"abort", std::abort},
         {"kill", [] { ::raise(SIGSEGV); }},
         {"wild", [] { writeThrough(reinterpret_cast<int *>(0x4141414141414141)); }},
-        {"divide", [] {
- volatile int zero = 0;
- zero = 1 / zero; // line: divide
-}},
+        {"divide",
+         [] {
+             volatile int zero = 0;
+             zero = 7 / zero; // line: divide
+         }},
         {"trap", [] { ::raise(SIGTRAP); }},
     };
     if (argc < 2 || !ways.contains(argv[1]))
