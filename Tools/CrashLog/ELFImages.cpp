@@ -1,0 +1,49 @@
+#include "Tools/CrashLog/ELFImages.h"
+
+#include <span>
+
+namespace {
+
+/*! A name by which elfutils takes the image of the kernel from memory. */
+std::string moduleName(pid_t process, const Image &image)
+{
+    return image.path == "[vdso]" ? "[vdso: " + std::to_string(process) + ']' : image.path;
+}
+
+} // namespace
+
+ELFImages::ELFImages(pid_t process, const std::vector<Image> &images)
+    : m_handle(
+        [] {
+            static constexpr Dwfl_Callbacks callbacks{.find_elf = dwfl_linux_proc_find_elf,
+                                                      .find_debuginfo = dwfl_standard_find_debuginfo,
+                                                      .section_address = nullptr,
+                                                      .debuginfo_path = nullptr};
+            return dwfl_begin(&callbacks);
+        }(),
+        dwfl_end)
+{
+    if (!handle())
+        return;
+    dwfl_report_begin(handle());
+    for (const Image &image : images)
+        dwfl_report_module(handle(), moduleName(process, image).c_str(), image.start, image.end);
+    dwfl_report_end(handle(), nullptr, nullptr);
+}
+
+std::string ELFImages::buildID(std::uint64_t address) const
+{
+    Dwfl_Module *const module = handle() ? dwfl_addrmodule(handle(), address) : nullptr;
+    GElf_Addr bias = 0;
+    if (!module || !dwfl_module_getelf(module, &bias)) // which opens the file
+        return {};
+    const unsigned char *bytes = nullptr;
+    GElf_Addr where = 0;
+    const int count = dwfl_module_build_id(module, &bytes, &where);
+    std::string text;
+    for (int i = 0; i < count; ++i) {
+        constexpr char digits[] = "0123456789abcdef";
+        text += {digits[bytes[i] >> 4], digits[bytes[i] & 15]};
+    }
+    return text;
+}
