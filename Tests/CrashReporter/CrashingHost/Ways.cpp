@@ -84,11 +84,15 @@ void overflowInThreadWithSmallStack()
 /*! Inside malloc(), which locks its arena because there is another thread. */
 [[gnu::noinline]] void crashWithMallocLockHeld()
 {
+    constexpr std::size_t size = 100'000;
     std::thread(::pause).detach();
+    void *const block = std::malloc(size);
+    const auto page = reinterpret_cast<std::uintptr_t>(block) / 4096 * 4096;
     const auto end = reinterpret_cast<std::uintptr_t>(::sbrk(0));
-    const auto size = ::mallinfo2().arena;
-    ::mprotect(reinterpret_cast<void *>(end - size), size, PROT_NONE);
-    std::free(std::malloc(100'000));
+    std::free(block);
+    ::mprotect(reinterpret_cast<void *>(page), end - page, PROT_NONE);
+    void *volatile again = std::malloc(size);
+    std::free(again);
 }
 
 [[gnu::noinline]] void freeWhatWasNotAllocated()
