@@ -4,6 +4,7 @@
 #include "Tests/CrashReporter/CrashingHost/SystemCallFilter.h"
 
 #include <QByteArray>
+#include <QCoreApplication>
 
 #include <csignal>
 #include <cstdlib>
@@ -103,6 +104,7 @@ const Conditions &conditionsAfter()
         {u"no ptrace"_s, [] { refuseSystemCall(SYS_ptrace); }},
         {u"no new processes"_s, [] { refuseSystemCall(SYS_clone); }},
         {u"closed umask"_s, [] { ::umask(0777); }},
+        {u"renamed"_s, [] { QCoreApplication::setApplicationName(u"Käfer/Co\n\"2\""_s); }},
         {u"handler crashes"_s, [] { crashHandlerIn({HandlerCall::SocketPair}); }},
         {u"handler crashes twice"_s,
          [] {
@@ -123,3 +125,10 @@ void apply(const Conditions &conditions, const QString &name)
 void applyBeforeInstalling(const QString &condition) { apply(conditionsBefore(), condition); }
 
 void applyAfterInstalling(const QString &condition) { apply(conditionsAfter(), condition); }
+
+void fillDisk(const QString &path)
+{
+    const int file = ::open(qPrintable(path), O_WRONLY | O_APPEND);
+    while (::write(file, "filler", 6) > 0) { }
+    ::close(file);
+}

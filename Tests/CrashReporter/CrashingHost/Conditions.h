@@ -6,3 +6,6 @@
 
 void applyBeforeInstalling(const QString &condition);
 void applyAfterInstalling(const QString &condition);
+
+/*! Lets a file grow until its file system is full. */
+void fillDisk(const QString &path);

@@ -52,7 +52,6 @@ bool install(const QStringList &arguments)
 
 int main(int argc, char **argv)
 {
-    allowCoreDumps();
     QStringList arguments;
     for (int index = 1; index < argc; ++index)
         arguments.append(QString::fromLocal8Bit(argv[index]));
@@ -60,16 +59,22 @@ int main(int argc, char **argv)
         return EXIT_FAILURE;
     const QString way = arguments.takeLast();
 
+    if (!arguments.contains(u"no core dumps"_s))
+        allowCoreDumps();
     for (const QString &condition : arguments)
         applyBeforeInstalling(condition);
     if (!install(arguments))
         return EXIT_FAILURE;
+    if (arguments.contains(u"before application"_s))
+        crash(way);
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(u"Crashing Host"_s);
     QCoreApplication::setApplicationVersion(u"1.2.3"_s);
     startWorkers(valueOf(arguments, u"threads"_s).toInt());
     for (const QString &condition : arguments)
         applyAfterInstalling(condition);
+    if (const QString filler = valueOf(arguments, u"full disk"_s); !filler.isEmpty())
+        fillDisk(filler);
     crash(way);
     return EXIT_SUCCESS;
 }
