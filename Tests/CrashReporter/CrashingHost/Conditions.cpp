@@ -45,8 +45,6 @@ void installHandler(int number, void (*handler)(int, siginfo_t *, void *))
     ::sigaction(number, &action, nullptr);
 }
 
-void tellOfChildren(int, siginfo_t *, void *) { say("SIGCHLD\n"); }
-
 void tellOfUnwaitedChildren(int, siginfo_t *, void *)
 {
     if (::waitpid(-1, nullptr, __WALL | WNOHANG) != -1 || errno != ECHILD)
@@ -75,7 +73,6 @@ const Conditions &conditionsBefore()
         {u"aborting handler"_s,
          [] { installHandler(SIGSEGV, [](int, siginfo_t *, void *) { std::abort(); }); }},
         {u"returning handler"_s, [] { installHandler(SIGTRAP, &tellOfUnwaitedChildren); }},
-        {u"child handler"_s, [] { installHandler(SIGCHLD, &tellOfChildren); }},
         {u"ignored SIGTRAP"_s, [] { std::signal(SIGTRAP, SIG_IGN); }},
         {u"ignored SIGABRT"_s, [] { std::signal(SIGABRT, SIG_IGN); }},
         {u"ignored SIGSEGV"_s, [] { std::signal(SIGSEGV, SIG_IGN); }},

@@ -15,13 +15,14 @@ static void crashIf(HandlerCall call)
         *nowhere = 1;
 }
 
-extern "C" int socketpair(int domain, int type, int protocol, int sockets[2]) noexcept
+extern "C" [[gnu::visibility("default")]] int socketpair(int domain, int type, int protocol,
+                                                         int sockets[2]) noexcept
 {
     crashIf(HandlerCall::SocketPair);
     return static_cast<int>(::syscall(SYS_socketpair, domain, type, protocol, sockets));
 }
 
-extern "C" int fsync(int descriptor)
+extern "C" [[gnu::visibility("default")]] int fsync(int descriptor)
 {
     crashIf(HandlerCall::FileSync);
     return static_cast<int>(::syscall(SYS_fsync, descriptor));
