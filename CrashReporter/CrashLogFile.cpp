@@ -1,10 +1,11 @@
 #include "CrashReporter/CrashLogFile.h"
 
 #include "CrashReporter/FixedText.h"
+#include "CrashReporter/LocalTime.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -14,21 +15,6 @@ namespace {
 
 /*! Leaves room for the date, a process id of any size and the extension. */
 constexpr std::size_t maximumNameLength = 222;
-
-/*! By arithmetic: the C library takes a lock to look up the time zone. */
-void appendLocalTime(FixedText &text, const CrashRecord &record)
-{
-    using namespace std::chrono;
-    const sys_seconds time(seconds(record.crashTime.tv_sec + record.secondsEastOfUTC));
-    const sys_days day = floor<days>(time);
-    const year_month_day date(day);
-    const hh_mm_ss clock(time - day);
-    text.append(static_cast<int>(date.year()), 4).append("-");
-    text.append(static_cast<unsigned>(date.month()), 2).append("-");
-    text.append(static_cast<unsigned>(date.day()), 2).append("-");
-    text.append(clock.hours().count(), 2).append(clock.minutes().count(), 2);
-    text.append(clock.seconds().count(), 2);
-}
 
 /*! Makes the folders above the last component, and that one. Whether it worked shows when it is opened. */
 void makeFolders(const char *path)
@@ -58,8 +44,8 @@ CrashLogNames::CrashLogNames(const CrashRecord &record)
     FixedText name(log);
     name.append(std::string_view(record.applicationName).substr(0, maximumNameLength));
     std::replace(log, log + name.view().size(), '/', crashLogSlash);
-    name.append("_");
-    appendLocalTime(name, record);
+    char date[32];
+    name.append("_").append(localDateForFileName(record.crashTime, record.secondsEastOfUTC, date));
     name.append("_").append(record.process).append(".ips");
 }
 
