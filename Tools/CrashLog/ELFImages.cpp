@@ -1,13 +1,13 @@
 #include "Tools/CrashLog/ELFImages.h"
 
-#include <span>
-
 namespace {
 
-/*! A name by which elfutils takes the image of the kernel from memory. */
+/*! Elfutils reads an image from the process's memory where it has the name that it gives to the kernel's own.
+ */
 std::string moduleName(pid_t process, const Image &image)
 {
-    return image.path == "[vdso]" ? "[vdso: " + std::to_string(process) + ']' : image.path;
+    const bool hasNoFile = image.path == "[vdso]" || image.path.ends_with(" (deleted)");
+    return hasNoFile ? "[vdso: " + std::to_string(process) + ']' : image.path;
 }
 
 } // namespace
