@@ -50,6 +50,8 @@ void ChildProgram::write(const QByteArray &text)
     ::send(m_input, text.constData(), static_cast<size_t>(text.size()), MSG_NOSIGNAL);
 }
 
+void ChildProgram::endInput() { ::shutdown(m_input, SHUT_WR); }
+
 QByteArray ChildProgram::output() const { return readFile(m_output.fileName()); }
 
 int ChildProgram::exitStatus()

@@ -22,6 +22,8 @@ public:
 
     /*! Sends text to its standard input; does nothing where it has ended. */
     void write(const QByteArray &text);
+    /*! Ends its standard input. */
+    void endInput();
     /*! What it wrote to standard output so far. */
     QByteArray output() const;
     /*! Waits for its end and returns its exit status, or -1 where a signal ended it. */

@@ -1,13 +1,13 @@
 #include "Tools/CrashLog/ELFImages.h"
 
-#include <span>
-
 namespace {
 
-/*! A name by which elfutils takes the image of the kernel from memory. */
+/*! Elfutils reads an image from the process's memory where it has the name that it gives to the kernel's own.
+ */
 std::string moduleName(pid_t process, const Image &image)
 {
-    return image.path == "[vdso]" ? "[vdso: " + std::to_string(process) + ']' : image.path;
+    const bool hasNoFile = image.path == "[vdso]" || image.path.ends_with(" (deleted)");
+    return hasNoFile ? "[vdso: " + std::to_string(process) + ']' : image.path;
 }
 
 } // namespace
@@ -15,8 +15,9 @@ std::string moduleName(pid_t process, const Image &image)
 ELFImages::ELFImages(pid_t process, const std::vector<Image> &images)
     : m_handle(
         [] {
+            // The standard way to debugging information loads a client that asks servers for it.
             static constexpr Dwfl_Callbacks callbacks{.find_elf = dwfl_linux_proc_find_elf,
-                                                      .find_debuginfo = dwfl_standard_find_debuginfo,
+                                                      .find_debuginfo = dwfl_build_id_find_debuginfo,
                                                       .section_address = nullptr,
                                                       .debuginfo_path = nullptr};
             return dwfl_begin(&callbacks);

@@ -1,5 +1,8 @@
 #include "Tools/CrashLog/RecordInput.h"
 
+#include "CrashReporter/CrashSignals.h"
+
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <unistd.h>
@@ -20,6 +23,11 @@ std::size_t readBytes(int descriptor, void *bytes, std::size_t size)
     return done;
 }
 
+bool isCrash(const siginfo_t &signal)
+{
+    return std::ranges::find(crashSignals, signal.si_signo, &CrashSignal::number) != crashSignals.end();
+}
+
 /*! A crashed process may have written over its own record. */
 template <std::size_t size>
 void terminate(char (&text)[size])
@@ -33,7 +41,7 @@ std::optional<CrashRecord> readRecord(int descriptor)
 {
     CrashRecord record;
     const bool isWhole = readBytes(descriptor, &record, sizeof record) == sizeof record;
-    if (!isWhole || record.size != sizeof record || record.process <= 0)
+    if (!isWhole || record.size != sizeof record || record.process <= 0 || !isCrash(record.signal))
         return std::nullopt;
     terminate(record.applicationName);
     terminate(record.bundleIdentifier);

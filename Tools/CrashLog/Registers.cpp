@@ -25,8 +25,6 @@ std::optional<user_regs_struct> readRegisters(pid_t thread)
 
 #if defined(__x86_64__)
 
-const std::string_view registerSetName = "x86_THREAD_STATE";
-const std::string_view processorName = "X86-64";
 const std::string_view architectureName = "x86_64";
 
 namespace {
@@ -71,24 +69,8 @@ std::optional<Registers> registersBeforeCall(const Registers &registers, Process
     return withProgramCounter(numbered);
 }
 
-std::vector<NamedRegister> namedRegisters(const gregset_t &registers)
-{
-    constexpr std::pair<const char *, int> names[] = {
-        {"rax", REG_RAX},    {"rbx", REG_RBX}, {"rcx", REG_RCX}, {"rdx", REG_RDX},    {"rdi", REG_RDI},
-        {"rsi", REG_RSI},    {"rbp", REG_RBP}, {"rsp", REG_RSP}, {"r8", REG_R8},      {"r9", REG_R9},
-        {"r10", REG_R10},    {"r11", REG_R11}, {"r12", REG_R12}, {"r13", REG_R13},    {"r14", REG_R14},
-        {"r15", REG_R15},    {"rip", REG_RIP}, {"cr2", REG_CR2}, {"rflags", REG_EFL}, {"err", REG_ERR},
-        {"trap", REG_TRAPNO}};
-    std::vector<NamedRegister> result;
-    for (const auto &[name, index] : names)
-        result.push_back({name, static_cast<std::uint64_t>(registers[index])});
-    return result;
-}
-
 #elif defined(__aarch64__)
 
-const std::string_view registerSetName = "ARM_THREAD_STATE64";
-const std::string_view processorName = "ARM-64";
 const std::string_view architectureName = "arm64";
 
 namespace {
@@ -123,17 +105,6 @@ std::optional<Registers> registersBeforeCall(const Registers &registers, Process
 {
     Registers result = registers;
     result.programCounter = registers.numbered[linkRegister] - 1;
-    return result;
-}
-
-std::vector<NamedRegister> namedRegisters(const gregset_t &registers)
-{
-    std::vector<NamedRegister> result;
-    for (std::size_t i = 0; i <= 28; ++i)
-        result.push_back({"x" + std::to_string(i), registers[i]});
-    const char *const names[] = {"fp", "lr", "sp", "pc", "cpsr"};
-    for (std::size_t i = 0; i < std::size(names); ++i)
-        result.push_back({names[i], registers[29 + i]});
     return result;
 }
 

@@ -7,9 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <string_view>
-#include <vector>
 
 class ProcessMemory;
 
@@ -37,16 +35,5 @@ std::optional<Registers> registersOfStoppedThread(pid_t thread);
 */
 std::optional<Registers> registersBeforeCall(const Registers &registers, ProcessMemory &memory);
 
-struct NamedRegister
-{
-    std::string name;
-    std::uint64_t value;
-};
-
-/*! All that a report shows, by the names that the processor's maker gives them. */
-std::vector<NamedRegister> namedRegisters(const gregset_t &registers);
-
-/*! What a report calls the set of registers, and the processor. */
-extern const std::string_view registerSetName;
-extern const std::string_view processorName;
+/*! What a report calls the kind of machine that an image was built for. */
 extern const std::string_view architectureName;

@@ -4,6 +4,8 @@
 #include "Tools/CrashLog/StackWalker.h"
 #include "Tools/CrashLog/Symbols.h"
 
+#include "CrashReporter/CrashLogHead.h"
+
 #include <numeric>
 #include <optional>
 
@@ -112,18 +114,6 @@ private:
     Symbols *const m_symbols;
 };
 
-void writeRegisters(JSONWriter &json, const CrashRecord &record)
-{
-    json.beginObject("threadState");
-    json.string("flavor", registerSetName);
-    for (const NamedRegister &registerOfThread : namedRegisters(record.registers)) {
-        json.beginObject(registerOfThread.name);
-        json.number("value", registerOfThread.value);
-        json.endObject();
-    }
-    json.endObject();
-}
-
 } // namespace
 
 void writeThreads(JSONWriter &json, const CrashedProcess &process, Dwfl *images, Detail detail,
@@ -146,7 +136,7 @@ void writeThreads(JSONWriter &json, const CrashedProcess &process, Dwfl *images,
             json.string("name", thread.name);
         if (i == process.crashedThread) {
             json.boolean("triggered", true);
-            writeRegisters(json, process.record);
+            writeThreadState(json, process.record);
         }
         frames.write(stacks[i]);
         json.endObject();

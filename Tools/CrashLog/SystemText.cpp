@@ -1,11 +1,9 @@
 #include "Tools/CrashLog/SystemText.h"
 
-#include <sys/random.h>
 #include <sys/utsname.h>
 
-#include <chrono>
-#include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 
 namespace {
@@ -75,36 +73,4 @@ pid_t parentOfProcess(pid_t process)
             return std::atoi(line.c_str() + key.size());
     }
     return 0;
-}
-
-std::string timeText(const timespec &time, int secondsEastOfUTC, int fractionDigits)
-{
-    const time_t local = time.tv_sec + secondsEastOfUTC;
-    tm parts = {};
-    ::gmtime_r(&local, &parts);
-    char date[64];
-    std::strftime(date, sizeof date, "%Y-%m-%d %H:%M:%S", &parts);
-    char fraction[24];
-    std::snprintf(fraction, sizeof fraction, "%09ld", time.tv_nsec);
-    const int minutes = std::abs(secondsEastOfUTC) / 60;
-    char zone[24];
-    std::snprintf(zone, sizeof zone, "%c%02d%02d", secondsEastOfUTC < 0 ? '-' : '+', minutes / 60,
-                  minutes % 60);
-    return std::string(date) + '.' + std::string(fraction).substr(0, static_cast<std::size_t>(fractionDigits))
-           + ' ' + zone;
-}
-
-std::string randomUUID()
-{
-    unsigned char bytes[16] = {};
-    (void)!::getrandom(bytes, sizeof bytes, GRND_NONBLOCK);
-    bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0f) | 0x40);
-    bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3f) | 0x80);
-    std::string text;
-    for (std::size_t i = 0; i < sizeof bytes; ++i) {
-        char digits[3];
-        std::snprintf(digits, sizeof digits, "%02X", bytes[i]);
-        text += (i == 4 || i == 6 || i == 8 || i == 10 ? "-" : "") + std::string(digits);
-    }
-    return text;
 }

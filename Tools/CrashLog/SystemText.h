@@ -1,7 +1,6 @@
 #pragma once
 
 #include <sys/types.h>
-#include <time.h>
 
 #include <cstdint>
 #include <string>
@@ -21,9 +20,3 @@ std::uint64_t secondsAwake();
 std::string nameOfProcess(pid_t process);
 /*! 0 where unknown. */
 pid_t parentOfProcess(pid_t process);
-
-/*! "YYYY-MM-DD hh:mm:ss.ffff +hhmm" with so many digits of the second's fraction, up to 9. */
-std::string timeText(const timespec &time, int secondsEastOfUTC, int fractionDigits);
-
-/*! A random (version 4) identifier, in upper case. */
-std::string randomUUID();

@@ -102,7 +102,6 @@ bool writeBestReport(int descriptor, const CrashedProcess &process, Clock::time_
 int main()
 {
     openStandardStreams();
-    ::unsetenv("DEBUGINFOD_URLS"); // Nothing of a crash goes to another machine, not even the question.
     limitResources();
     const std::optional<CrashRecord> record = readRecord(STDIN_FILENO);
     if (!record)

@@ -6,8 +6,10 @@
 #include "CrashReporter/CrashRecord.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 #include <iterator>
 #include <map>
 #include <pthread.h>
@@ -77,8 +79,8 @@ void overflowStack() { recurse(-1); }
 {
     volatile char *const frame = static_cast<char *>(__builtin_frame_address(0));
     for (int i = 0; i < 2048; ++i)
-        frame[i] = 'A'; // line: garbage
-    writeThrough(nullptr);
+        frame[i] = 'A';
+    writeThrough(nullptr); // line: garbage call
 }
 
 /*! Crashes in code of which nobody knows how it uses the stack, and with frames that lead to themselves. */
@@ -94,6 +96,34 @@ void crashOnEndlessChain()
     frame[1] = reinterpret_cast<unsigned long>(page + 1);
     asm volatile("movq %0, %%rbp; movq %0, %%rsp; jmp *%1" : : "r"(frame), "r"(page) : "memory");
 #endif
+}
+
+/*! A page of its own, of this protection, that is mapped from a file of this size. */
+volatile int *mappedPage(int protection, off_t size)
+{
+    std::FILE *const file = std::tmpfile();
+    if (!file || ::ftruncate(::fileno(file), size) != 0)
+        std::exit(EXIT_FAILURE);
+    return static_cast<volatile int *>(::mmap(nullptr, 4096, protection, MAP_SHARED, ::fileno(file), 0));
+}
+
+void writeReadOnly() { writeThrough(mappedPage(PROT_READ, 4096)); }
+void writeBehindFile() { writeThrough(mappedPage(PROT_READ | PROT_WRITE, 0)); }
+
+/*! Crashes in a process of which others, but root, may see nothing. */
+void crashSecretly()
+{
+    ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
+    writeThrough(nullptr);
+}
+
+const char *libraryPath = "";
+
+void crashInLibrary()
+{
+    void *const library = ::dlopen(libraryPath, RTLD_NOW);
+    if (library)
+        reinterpret_cast<void (*)(int *)>(::dlsym(library, "crashInLibrary"))(nullptr);
 }
 
 void startThreads(int count)
@@ -182,6 +212,10 @@ int main(int argc, char **argv)
         {"inline", crashInInlinedFunction},
         {"recursion", [] { crashBelow(2000); }},
         {"overflow", overflowStack},
+        {"read-only", writeReadOnly},
+        {"mapping", writeBehindFile},
+        {"secretive", crashSecretly},
+        {"library", crashInLibrary},
         {"garbage", crashOnGarbage},
         {"chain", crashOnEndlessChain},
         {"thread", crashInThread},
@@ -200,5 +234,7 @@ int main(int argc, char **argv)
         return EXIT_FAILURE;
     if (argc > 2)
         startThreads(std::atoi(argv[2]));
-    ways.at(argv[1])();
+    if (argc > 3)
+        libraryPath = argv[3];
+    ways.at(argv[1])(); // line: way
 }
