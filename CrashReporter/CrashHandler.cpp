@@ -140,6 +140,8 @@ struct sigaction defaultAction()
         stopHelper();
         attempt = Attempt::Alone;
         writeLog();
+    } else if (failed == Attempt::Alone) {
+        CrashLogFile(crash.record).removeUnfinished();
     }
     deliverAgain(crash.record.signal, defaultAction());
     sigset_t none;
@@ -199,7 +201,8 @@ struct sigaction crashAction()
 
 bool CrashHandler::install()
 {
-    static_cast<void>(new AlternateStack); // The main thread has no end before the process's.
+    [[maybe_unused]] static const auto *const stack =
+        new AlternateStack; // The main thread does not end before.
     const struct sigaction action = crashAction();
     for (std::size_t index = 0; index < crashSignals.size(); ++index) {
         if (::sigaction(crashSignals[index].number, &action, &formerActions[index]) == 0)
