@@ -62,10 +62,14 @@ const struct sigaction &formerAction(int number)
     return formerActions[&crashSignal(number) - crashSignals.data()];
 }
 
-bool isIgnored(int number, const siginfo_t &signal)
+/*! Whether the signal would not have done anything without the handler. Faults and abort() end a process that
+    ignores their signals, too.
+*/
+bool isIgnored(const siginfo_t &signal)
 {
-    const bool isOwn = isFault(signal) || signal.si_code == SI_KERNEL || signal.si_pid == ::getpid();
-    return formerAction(number).sa_handler == SIG_IGN && !isOwn;
+    const bool isSent = signal.si_code <= 0;
+    const bool isAbort = signal.si_signo == SIGABRT && signal.si_pid == ::getpid();
+    return formerAction(signal.si_signo).sa_handler == SIG_IGN && isSent && !isAbort;
 }
 
 /*! Whether the calling thread is the one to write. Where another one writes, waits until that has ended. */
@@ -144,20 +148,20 @@ struct sigaction defaultAction()
     ::_exit(128 + crash.record.signal.si_signo); // No one is left to go on to.
 }
 
-void endCrash(ThreadIdentity self, int number, const siginfo_t &signal)
+void endCrash(ThreadIdentity self, const siginfo_t &signal)
 {
-    const bool isHandled = formerAction(number).sa_handler != SIG_DFL
-                           && formerAction(number).sa_handler != SIG_IGN;
-    deliverAgain(signal, isHandled ? formerAction(number) : defaultAction());
+    const struct sigaction &former = formerAction(signal.si_signo);
+    const bool isHandled = former.sa_handler != SIG_DFL && former.sa_handler != SIG_IGN;
+    deliverAgain(signal, isHandled ? former : defaultAction());
     if (isHandled && writer == self) {
         writtenThread = self;
         writer = ThreadIdentity{}; // Other crashed threads go on, to the host's handlers.
     }
 }
 
-void handleCrash(int number, siginfo_t *signal, void *context)
+void handleCrash(int, siginfo_t *signal, void *context)
 {
-    if (isIgnored(number, *signal))
+    if (isIgnored(*signal))
         return;
     const int formerError = errno;
     int formerState = 0;
@@ -171,7 +175,7 @@ void handleCrash(int number, siginfo_t *signal, void *context)
         attempt = Attempt::Helper;
         writeLog();
     }
-    endCrash(self, number, *signal);
+    endCrash(self, *signal);
 
     ::pthread_setcancelstate(formerState, nullptr);
     errno = formerError;

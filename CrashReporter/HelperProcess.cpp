@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstddef>
 #include <fcntl.h>
 #include <poll.h>
@@ -25,7 +26,8 @@ constexpr int killTimeLimit = 500; // milliseconds
 /*! The stack of the child until it has become the helper. Not the crashed thread's: that may be full. */
 alignas(16) constinit std::array<std::byte, 16 * 1024> helperStack = {};
 
-/*! Refers to the running helper; -1 where none runs. */
+/*! The running helper, and a descriptor of it; -1 where none runs. */
+constinit std::atomic<pid_t> helperProcess = -1;
 constinit std::atomic<int> helperDescriptor = -1;
 
 struct Start
@@ -186,27 +188,22 @@ private:
     int m_wasDumpable = 1;
 };
 
-/*! The helper's process id, or -1. The exit signal 0 keeps the host's own waiting for children undisturbed.
+/*! False where it cannot be started. The exit signal 0 keeps it from whoever waits for the host's children.
  */
-pid_t startHelper(const char *path, const Channel &channel)
+bool startHelper(const char *path, const Channel &channel)
 {
     Start start = {.path = path, .input = channel.helperEnd()};
     int descriptor = -1;
-    const pid_t helper = ::clone(&becomeHelper, helperStack.data() + helperStack.size(),
-                                 CLONE_VM | CLONE_VFORK | CLONE_PIDFD, &start, &descriptor);
-    if (helper > 0)
-        helperDescriptor = descriptor;
-    return helper;
+    const pid_t process = ::clone(&becomeHelper, helperStack.data() + helperStack.size(),
+                                  CLONE_VM | CLONE_VFORK | CLONE_PIDFD, &start, &descriptor);
+    if (process < 0)
+        return false;
+    helperProcess = process;
+    helperDescriptor = descriptor;
+    return true;
 }
 
-/*! Takes the ended helper's exit status, which nobody else waits for, so that no zombie stays. */
-void reapHelper()
-{
-    const int descriptor = helperDescriptor.exchange(-1);
-    siginfo_t result = {};
-    ::waitid(P_PIDFD, static_cast<id_t>(descriptor), &result, WEXITED | WNOHANG | __WALL);
-    ::close(descriptor);
-}
+bool hasHelperEnded(long long deadline) { return waitFor(helperDescriptor, POLLIN, deadline); }
 
 } // namespace
 
@@ -215,26 +212,24 @@ void runHelper(const char *path, const CrashRecord &record)
     const long long deadline = now() + timeLimit;
     makeRoomForDescriptors();
     Channel channel;
-    if (!channel.isOpen())
+    if (!channel.isOpen() || !startHelper(path, channel))
         return;
-    const pid_t helper = startHelper(path, channel);
     channel.closeHelperEnd();
-    if (helper < 0)
-        return;
-
-    const Observable observable(helper);
-    if (channel.send(record, deadline) && waitFor(helperDescriptor, POLLIN, deadline))
-        reapHelper();
-    else
-        stopHelper();
+    const Observable observable(helperProcess);
+    if (channel.send(record, deadline))
+        hasHelperEnded(deadline);
+    stopHelper();
 }
 
 void stopHelper()
 {
-    const int descriptor = helperDescriptor;
-    if (descriptor < 0)
+    const pid_t process = helperProcess.exchange(-1);
+    if (process < 0)
         return;
-    ::syscall(SYS_pidfd_send_signal, descriptor, SIGKILL, nullptr, 0);
-    waitFor(descriptor, POLLIN, now() + killTimeLimit);
-    reapHelper();
+    // With what it has started itself. Until it is waited for, its number is nobody else's.
+    ::kill(-process, SIGKILL);
+    hasHelperEnded(now() + killTimeLimit);
+    siginfo_t result = {};
+    ::waitid(P_PIDFD, static_cast<id_t>(helperDescriptor), &result, WEXITED | WNOHANG | __WALL);
+    ::close(helperDescriptor);
 }

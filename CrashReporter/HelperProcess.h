@@ -11,5 +11,5 @@
 */
 void runHelper(const char *path, const CrashRecord &record);
 
-/*! Kills what runHelper() has started, where the crash of the handler has interrupted it. */
+/*! Kills what runHelper() has started and left running because a crash of the handler has interrupted it. */
 void stopHelper();

@@ -56,10 +56,9 @@ QByteArray ChildProgram::output() const { return readFile(m_output.fileName()); 
 
 int ChildProgram::exitStatus()
 {
-    int status = 0;
-    if (m_pid > 0 && ::waitpid(m_pid, &status, 0) == m_pid) {
+    if (m_pid > 0 && ::waitpid(m_pid, &m_waitStatus, 0) == m_pid) {
         m_pid = -1;
-        m_exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        m_exitStatus = WIFEXITED(m_waitStatus) ? WEXITSTATUS(m_waitStatus) : -1;
     }
     return m_exitStatus;
 }

@@ -28,10 +28,13 @@ public:
     QByteArray output() const;
     /*! Waits for its end and returns its exit status, or -1 where a signal ended it. */
     int exitStatus();
+    /*! How it ended, as waitpid() tells it; for a program whose exitStatus() was asked for. */
+    int waitStatus() const { return m_waitStatus; }
 
 private:
     QTemporaryFile m_output;
     int m_input = -1;
     pid_t m_pid = -1; // -1 once it has ended
+    int m_waitStatus = 0;
     int m_exitStatus = -1;
 };
