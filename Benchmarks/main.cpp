@@ -11,6 +11,7 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationName(QStringLiteral("BenchmarkHost"));
     benchmarkCheck();
     benchmarkLaunch();
+    benchmarkCrashLog();
     benchmarkCrashLogInstall();
     benchmarkUpload();
     benchmarkHexadecimal();

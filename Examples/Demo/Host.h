@@ -1,6 +1,9 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
+
+#include <optional>
 
 /*! The example host, as a program with a home folder of its own. */
 class Host
@@ -19,7 +22,14 @@ public:
 
     /*! Launches the host and waits until it has quit; false where it could not or failed. */
     bool launch(const QString &reportURL) const;
+    /*! Launches the host and waits until it has crashed, by the user's hand where there is a display; false
+       where it could not be launched or did not crash.
+    */
+    bool crash(const QString &reportURL) const;
 
 private:
+    enum class End { Quit, Crash };
+    std::optional<End> run(QStringList arguments) const;
+
     const QString m_home;
 };

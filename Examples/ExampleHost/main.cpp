@@ -4,6 +4,7 @@
 #include "AutoPilot.h"
 #include "MapWindow.h"
 
+#include <Marblewick/MBWCrashLogWriter.h>
 #include <Marblewick/MBWCrashReportController.h>
 
 #include <QApplication>
@@ -16,6 +17,8 @@ using namespace Qt::StringLiterals;
 
 int main(int argc, char **argv)
 {
+    MBWCrashLogWriter::install();
+
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"Cartographer"_s);
     QApplication::setApplicationVersion(u"1.4"_s);
@@ -29,13 +32,16 @@ int main(int argc, char **argv)
                                        u"https://crash.example.com/report"_s);
     const QCommandLineOption pictures(
         u"drive"_s, u"Be used by a program, which saves a picture of each window."_s, u"folder"_s);
-    arguments.addOptions({reportURL, pictures});
+    const QCommandLineOption crash(u"crash"_s, u"With --drive: be made to crash."_s);
+    arguments.addOptions({reportURL, pictures, crash});
     arguments.addHelpOption();
     arguments.process(application);
 
     std::unique_ptr<AutoPilot> autoPilot;
     if (arguments.isSet(pictures))
-        autoPilot = std::make_unique<AutoPilot>(arguments.value(pictures));
+        autoPilot = std::make_unique<AutoPilot>(arguments.value(pictures),
+                                                arguments.isSet(crash) ? AutoPilot::Plan::ClickBeyondTheEdge
+                                                                       : AutoPilot::Plan::Close);
 
     MBWCrashReportController::setCrashReportURL(arguments.value(reportURL));
     MBWCrashReportController::checkForCrash();

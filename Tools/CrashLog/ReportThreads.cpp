@@ -89,7 +89,8 @@ private:
             m_json.number("imageIndex", image - m_images.data());
         if (!source.symbol.empty())
             m_json.string("symbol", source.symbol);
-        if (source.symbolStart != 0)
+        // A part that the compiler moved away may lie before the start of its function.
+        if (source.symbolStart != 0 && source.symbolStart <= frame.address)
             m_json.number("symbolLocation", frame.address - source.symbolStart);
         if (source.line > 0) {
             m_json.string("sourceFile", source.file);

@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <fstream>
 #include <sys/resource.h>
 #include <sys/time.h>
 #include <sys/wait.h>
@@ -44,12 +45,22 @@ void limit(__rlimit_resource_t resource, rlim_t value)
     ::setrlimit(resource, &both);
 }
 
+/*! Bytes of memory that this program may write to. */
+rlim_t dataSize()
+{
+    std::ifstream sizes("/proc/self/statm");
+    rlim_t pages = 0;
+    for (int field = 1; field <= 6; ++field)
+        sizes >> pages;
+    return pages * static_cast<rlim_t>(::sysconf(_SC_PAGESIZE));
+}
+
 /*! What the crashed process loaded may be made to do harm to those who look at it. */
 void limitResources()
 {
     constexpr rlim_t mebibyte = 1024 * 1024;
     limit(RLIMIT_CORE, 0);
-    limit(RLIMIT_DATA, 1024 * mebibyte);
+    limit(RLIMIT_DATA, dataSize() + 1024 * mebibyte);
     limit(RLIMIT_FSIZE, 60 * mebibyte); // Reports above 64 MiB are not shown.
 }
 
