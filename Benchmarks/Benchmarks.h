@@ -4,6 +4,7 @@
 void benchmarkCheck();
 void benchmarkChecksum();
 void benchmarkCrashLog();
+void benchmarkCrashLogInstall();
 void benchmarkEncryption();
 void benchmarkHexadecimal();
 void benchmarkLaunch();

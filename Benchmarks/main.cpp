@@ -12,6 +12,7 @@ int main(int argc, char **argv)
     benchmarkCheck();
     benchmarkLaunch();
     benchmarkCrashLog();
+    benchmarkCrashLogInstall();
     benchmarkUpload();
     benchmarkHexadecimal();
     benchmarkEncryption();

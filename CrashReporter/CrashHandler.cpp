@@ -1,6 +1,5 @@
 #include "CrashReporter/CrashHandler.h"
 
-#include "CrashReporter/AlternateStack.h"
 #include "CrashReporter/CrashLogFile.h"
 #include "CrashReporter/CrashRegisters.h"
 #include "CrashReporter/CrashSignals.h"
@@ -96,7 +95,7 @@ void recordCrash(ThreadIdentity self, const siginfo_t &signal, const ucontext_t 
     ::clock_gettime(CLOCK_REALTIME, &record.crashTime);
     record.signal = signal;
     copyRegisters(context, record);
-    addUncaughtException(record);
+    uncaughtException.addTo(record);
 }
 
 /*! The log is there or it is not; what the helper says of it does not count. */
@@ -140,6 +139,8 @@ struct sigaction defaultAction()
         stopHelper();
         attempt = Attempt::Alone;
         writeLog();
+    } else if (failed == Attempt::Alone) {
+        CrashLogFile(crash.record).removeUnfinished();
     }
     deliverAgain(crash.record.signal, defaultAction());
     sigset_t none;
@@ -199,7 +200,6 @@ struct sigaction crashAction()
 
 bool CrashHandler::install()
 {
-    static_cast<void>(new AlternateStack); // The main thread has no end before the process's.
     const struct sigaction action = crashAction();
     for (std::size_t index = 0; index < crashSignals.size(); ++index) {
         if (::sigaction(crashSignals[index].number, &action, &formerActions[index]) == 0)

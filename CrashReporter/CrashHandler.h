@@ -10,8 +10,8 @@
 */
 namespace CrashHandler {
 
-/*! Takes over the crash signals of the whole process and gives the calling thread a stack for them. False,
-    with `errno` set and nothing taken over, where the system refuses. Once for each process.
+/*! Takes over the crash signals of the whole process. False, with `errno` set and nothing taken over, where
+   the system refuses. Once for each process.
 */
 bool install();
 

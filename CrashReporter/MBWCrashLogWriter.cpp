@@ -1,11 +1,12 @@
 #include "CrashReporter/MBWCrashLogWriter.h"
 
+#include "CrashReporter/AlternateStack.h"
 #include "CrashReporter/CrashHandler.h"
 #include "CrashReporter/CrashLogFile.h"
 #include "CrashReporter/CrashLogFolder.h"
 #include "CrashReporter/FixedText.h"
 #include "CrashReporter/OldCrashLogs.h"
-#include "CrashReporter/UncaughtException.h"
+#include "CrashReporter/TerminateHandler.h"
 #include "Platform/Foundation/NSBundle.h"
 #include "Platform/Foundation/NSFileManager.h"
 #include "Platform/Foundation/NSLog.h"
@@ -16,6 +17,7 @@
 
 #include <cerrno>
 #include <mutex>
+#include <optional>
 #include <sys/auxv.h>
 #include <unistd.h>
 
@@ -24,15 +26,18 @@ using namespace Marblewick;
 
 namespace {
 
-/*! What install() was told or found out; the rest of the record follows the application. */
+/*! What install() was told or found out, and what it needs; the rest of the record follows the application.
+ */
 struct Installation
 {
     QString folder;
     QByteArray helper;
     timespec launchTime = {};
     QByteArray applicationName;
+    std::optional<AlternateStack> mainThreadStack;
 };
 
+/*! Never destroyed: there may be a crash to the very end. */
 Installation &installation()
 {
     static Installation *const shared = new Installation;
@@ -103,7 +108,8 @@ bool installOnce(NSError *error)
     prepareRecord();
     if (!CrashHandler::install())
         return failure(errno, error);
-    rememberUncaughtExceptions();
+    installation().mainThreadStack.emplace();
+    installTerminateHandler();
     qAddPreRoutine(&followApplication); // At once where the application object is there.
     return true;
 }

@@ -31,10 +31,11 @@ auto nextPthreadCreate()
 
 void *runThread(void *argument)
 {
-    const Start start = *std::unique_ptr<Start>(static_cast<Start *>(argument));
-    // Also freed where the thread ends by pthread_exit() or is cancelled: both unwind.
+    // Both are freed when the thread ends, also by pthread_exit() or because it is cancelled: those unwind.
+    // Nothing is freed before the routine, which may be where a sanitizer gets to know the thread.
+    const std::unique_ptr<const Start> start(static_cast<const Start *>(argument));
     const AlternateStack stack;
-    return start.routine(start.argument);
+    return start->routine(start->argument);
 }
 
 } // namespace

@@ -19,6 +19,8 @@ CrashedHost::CrashedHost(const QStringList &arguments)
     : m_logFolder(m_home.diagnosticReportsFolder())
 {
     EXPECT_EQ(::chdir(qPrintable(m_home.path())), 0); // for the core dump
+    // The address sanitizer would otherwise have the signals before the host.
+    qputenv("ASAN_OPTIONS", "handle_segv=0:handle_abort=0:handle_sigbus=0:handle_sigfpe=0:handle_sigill=0");
     QElapsedTimer timer;
     timer.start();
     ChildProgram host(QStringList(QCoreApplication::applicationDirPath() + u"/CrashingHost"_s) + arguments);

@@ -7,7 +7,7 @@
 // Functions of the program's stand in front of the system's.
 
 static bool crashes[2] = {};
-static int *volatile nowhere = nullptr;
+static volatile int *volatile nowhere = nullptr;
 
 static void crashIf(HandlerCall call)
 {
