@@ -98,6 +98,20 @@ TEST(CrashLogHelperRefused, ShowsWhereTheCrashWasWhereNothingOfTheProcessMayBeSe
     }));
 }
 
+TEST(CrashLogHelperHostile, SaysWhereThereWasNoTimeToFollowMillionsOfFrames)
+{
+    const QString crash = u"ulimit -s 200000 && exec %1 millions"_s.arg(CrashedProgram::pathOf(u"Crasher"_s));
+    const CrashedProgram crashed(u"-c"_s, {crash}, u"bash"_s);
+    QElapsedTimer timer;
+    timer.start();
+    const HelperResult result = runHelper(crashed.record);
+    EXPECT_LT(timer.elapsed(), timeLimit);
+    EXPECT_EQ(result.status, 0);
+    const QStringList texts = frameTexts(crashedThread(result.body));
+    EXPECT_THAT(texts.value(0).toStdString(), HasSubstr("recurse(int)"));
+    EXPECT_EQ(texts.value(texts.size() - 1), u"... and more, for which there was no time");
+}
+
 TEST(CrashLogHelperHostile, ReportsAProcessThatIsGone)
 {
     std::optional<CrashedProgram> crashed(std::in_place, u"write"_s);
