@@ -27,6 +27,8 @@ int main(int argc, char **argv)
     const std::vector<Group> groups{
         {QStringLiteral("check"), benchmarkCheck},
         {QStringLiteral("launch"), benchmarkLaunch},
+        {QStringLiteral("crashlog"), benchmarkCrashLog},
+        {QStringLiteral("install"), benchmarkCrashLogInstall},
         {QStringLiteral("upload"), benchmarkUpload},
         {QStringLiteral("feed"), benchmarkFeed},
         {QStringLiteral("update"), benchmarkUpdateCheck},

@@ -31,7 +31,14 @@ QString Host::defaultsFile() const { return m_home + u"/config/Cartographer/defa
 
 QString Host::logFolder() const { return m_home + u"/data/Cartographer/Logs"_s; }
 
-bool Host::launch(const QStringList &options) const
+bool Host::launch(const QStringList &options) const { return run(options) == End::Quit; }
+
+bool Host::crash(const QStringList &options) const
+{
+    return run(options + QStringList{u"--crash"_s}) == End::Crash;
+}
+
+std::optional<Host::End> Host::run(QStringList arguments) const
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"XDG_STATE_HOME"_s, m_home + u"/state"_s);
@@ -39,7 +46,6 @@ bool Host::launch(const QStringList &options) const
     environment.insert(u"XDG_DATA_HOME"_s, m_home + u"/data"_s);
     environment.insert(u"TMPDIR"_s, m_home + u"/tmp"_s);
     environment.insert(u"no_proxy"_s, u"127.0.0.1"_s);
-    QStringList arguments = options;
     if (!hasDisplay()) {
         environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
         environment.insert(u"XDG_RUNTIME_DIR"_s, m_home + u"/tmp"_s);
@@ -55,8 +61,11 @@ bool Host::launch(const QStringList &options) const
     host.setProcessEnvironment(environment);
     host.setProcessChannelMode(QProcess::ForwardedChannels);
     host.start(QCoreApplication::applicationDirPath() + u"/cartographer"_s, arguments);
-    const bool hasEnded = host.waitForFinished(hasDisplay() ? -1 : 60'000);
-    if (!hasEnded)
+    if (!host.waitForFinished(hasDisplay() ? -1 : 60'000)) {
         say(u"The host could not be run: "_s + host.errorString());
-    return hasEnded && host.exitStatus() == QProcess::NormalExit && host.exitCode() == 0;
+        return std::nullopt;
+    }
+    if (host.exitStatus() == QProcess::CrashExit)
+        return End::Crash;
+    return host.exitCode() == 0 ? std::optional(End::Quit) : std::nullopt;
 }

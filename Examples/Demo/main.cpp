@@ -1,8 +1,8 @@
 // Plays the example host's life, scene by scene, against a server on loopback.
 
 #include "CrashScene.h"
-#include "UpdateScene.h"
 #include "LogScene.h"
+#include "UpdateScene.h"
 #include "UtilitiesScene.h"
 
 #include <CLI/CLI.hpp>

@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QLineEdit>
+#include <QMouseEvent>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTextStream>
@@ -26,8 +27,9 @@ QWidget *visibleWindow(const QString &name)
 
 } // namespace
 
-AutoPilot::AutoPilot(const QString &pictureFolder)
+AutoPilot::AutoPilot(const QString &pictureFolder, Plan plan)
     : m_pictureFolder(pictureFolder)
+    , m_plan(plan)
 {
     connect(&m_timer, &QTimer::timeout, this, &AutoPilot::lookForWindows);
     m_timer.start(200);
@@ -55,8 +57,7 @@ void AutoPilot::lookForWindows()
         return;
     }
     if (QWidget *const map = visibleWindow(u"MapWindow"_s)) {
-        savePicture(map, u"host"_s);
-        map->close();
+        useMap(map);
     }
 }
 
@@ -71,6 +72,20 @@ void AutoPilot::useCrashReport(QWidget *window)
     window->findChild<QPushButton *>(u"sendButton"_s)->click();
     savePicture(window, u"crash-report-sending"_s);
     say(u"Send Report was clicked."_s);
+}
+
+void AutoPilot::useMap(QWidget *window)
+{
+    savePicture(window, u"host"_s);
+    if (m_plan == Plan::ClickBeyondTheEdge) {
+        auto *const map = window->findChild<QWidget *>(u"Map"_s);
+        say(u"A click beyond the edge of the map."_s);
+        const QPointF corner = map->rect().bottomRight();
+        QMouseEvent click(QEvent::MouseButtonPress, corner, map->mapToGlobal(corner), Qt::LeftButton,
+                          Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(map, &click);
+    }
+    window->close();
 }
 
 void AutoPilot::savePicture(QWidget *window, const QString &name) const

@@ -20,8 +20,11 @@ class AutoPilot : public QObject
     Q_OBJECT
 
 public:
+    /*! What it does in the application's own window. */
+    enum class Plan { Close, ClickBeyondTheEdge };
+
     /*! Pictures go into this folder, named after their windows. */
-    explicit AutoPilot(const QString &pictureFolder);
+    AutoPilot(const QString &pictureFolder, Plan plan);
 
     /*! Follows a check for updates, and answers its panel (see UpdatePilot). */
     void followUpdate(MBWSWUpdateChecker *checker, const QString &answer);
@@ -29,9 +32,11 @@ public:
 private:
     void lookForWindows();
     void useCrashReport(QWidget *window);
+    void useMap(QWidget *window);
     void savePicture(QWidget *window, const QString &name) const;
 
     const QString m_pictureFolder;
+    const Plan m_plan;
     QTimer m_timer;
     UpdatePilot *m_updatePilot = nullptr;
     int m_looksAtReport = 0;

@@ -8,7 +8,6 @@
 
 #include <QCoreApplication>
 #include <QCryptographicHash>
-#include <QDir>
 
 using namespace Qt::StringLiterals;
 using testing::EndsWith;

@@ -1,6 +1,7 @@
 // The command `marblewick`: the framework for shells and scripts, and for who develops a host.
 
 #include "Tools/Marblewick/Console.h"
+#include "Tools/Marblewick/CrashLogCommands.h"
 #include "Tools/Marblewick/Digests.h"
 #include "Tools/Marblewick/Feed.h"
 #include "Tools/Marblewick/MACAddress.h"
@@ -35,6 +36,7 @@ int run(int argc, char **argv)
     addChecksumCommand(&app, &action);
     addMACCommand(&app, &action);
     addFeedCommands(&app, &action);
+    addCrashLogCommands(&app, &action);
     addServeCommand(&app, &action);
 
     try {
