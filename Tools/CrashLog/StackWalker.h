@@ -37,7 +37,7 @@ class StackWalker
 public:
     using Deadline = std::chrono::steady_clock::time_point;
 
-    /*! What is given must outlive the walker. `images` may be null; then each stack has one frame. */
+    /*! What is given must outlive the walker. */
     StackWalker(Dwfl *images, pid_t process, const std::vector<Region> &regions, ProcessMemory &memory);
 
     /*! The stack of a thread with these registers; at least one frame. */

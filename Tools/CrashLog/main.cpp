@@ -8,6 +8,7 @@
 
 #include "CrashReporter/CrashLogFile.h"
 
+#include <csignal>
 #include <fcntl.h>
 #include <fstream>
 #include <sys/resource.h>
@@ -59,6 +60,7 @@ void limitResources()
     limit(RLIMIT_CORE, 0);
     limit(RLIMIT_DATA, dataSize() + 1024 * mebibyte);
     limit(RLIMIT_FSIZE, 60 * mebibyte); // Reports above 64 MiB are not shown.
+    ::signal(SIGXFSZ, SIG_IGN); // So to write more fails, rather than to end the program.
 }
 
 /*! Writes the report in a process of its own, because the images may crash or hang what reads them. */
