@@ -44,7 +44,8 @@ qint64 integerValue(QStringView string)
         ++digit;
     qint64 value = 0; // counted downwards, as the range is larger below zero
     for (; digit != string.end() && *digit >= u'0' && *digit <= u'9'; ++digit) {
-        if (qMulOverflow(value, qint64(10), &value) || qSubOverflow(value, qint64(digit->unicode() - u'0'), &value))
+        if (qMulOverflow(value, qint64(10), &value)
+            || qSubOverflow(value, qint64(digit->unicode() - u'0'), &value))
             return isNegative ? Limits::min() : Limits::max();
     }
     if (!isNegative && value == Limits::min())

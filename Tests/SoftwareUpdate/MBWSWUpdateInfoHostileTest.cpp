@@ -136,6 +136,29 @@ TEST(MBWSWUpdateInfoHostile, DecodesWhereAllStringsAndURLsShareOneLongText)
     EXPECT_EQ(record->appStoreURL()->path().size(), (1 << 20) + 1);
 }
 
+TEST(MBWSWUpdateInfoHostile, DoesNotDecodeWhereTheFeedBreaksOffAnywhere)
+{
+    const QByteArray whole = readFile(
+        QStringLiteral(MARBLEWICK_FUZZ_CORPUS "/keyed-archive/whole-record.feed"));
+    ASSERT_TRUE(decoded(whole));
+    for (qsizetype length = 0; length < whole.size(); ++length)
+        EXPECT_FALSE(decoded(whole.first(length))) << length;
+}
+
+TEST(MBWSWUpdateInfoHostile, HasAnOutcomeForEveryBitThatIsFlipped)
+{
+    const QByteArray whole = readFile(
+        QStringLiteral(MARBLEWICK_FUZZ_CORPUS "/keyed-archive/whole-record.feed"));
+    for (qsizetype bit = 0; bit < 8 * whole.size(); ++bit) {
+        QByteArray changed = whole;
+        changed[bit / 8] = static_cast<char>(changed[bit / 8] ^ (1 << (bit % 8)));
+        NSError error;
+        const auto record = decoded(changed, &error);
+        EXPECT_EQ(record == nullptr, error.code() == 4864) << bit;
+        EXPECT_EQ(record == nullptr, !error.localizedDescription().startsWith(u"The operation")) << bit;
+    }
+}
+
 TEST(MBWSWUpdateInfoHostile, HasAnOutcomeForEveryFileOfTheCorpus)
 {
     int count = 0;
