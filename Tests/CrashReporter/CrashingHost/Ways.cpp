@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <latch>
 #include <malloc.h>
 #include <map>
 #include <memory>
@@ -206,14 +207,17 @@ const std::map<QString, void (*)()> &ways()
 
 void startWorkers(int count)
 {
+    static std::latch running(count); // A thread that has not begun has no frames of its own.
     for (int number = 1; number <= count; ++number) {
         std::thread thread([] {
+            running.count_down();
             for (;;)
                 ::pause();
         });
         ::pthread_setname_np(thread.native_handle(), ("worker " + std::to_string(number)).c_str());
         thread.detach();
     }
+    running.wait();
 }
 
 void crash(const QString &way) { ways().at(way)(); }
