@@ -23,7 +23,11 @@ namespace {
 /*! The crashed process kills the helper after 3 seconds. */
 constexpr int timeLimit = 3000;
 
-QStringList withoutPtrace(const QString &what) { return {CrashedProgram::pathOf(u"WithoutPtrace"_s), what}; }
+/*! The leak sanitizer needs ptrace itself. */
+QStringList withoutPtrace(const QString &what)
+{
+    return {u"env"_s, u"ASAN_OPTIONS=detect_leaks=0"_s, CrashedProgram::pathOf(u"WithoutPtrace"_s), what};
+}
 
 QString topFrame() { return frameText(u"(anonymous namespace)::writeThrough(int volatile*)"_s, u"write"_s); }
 
