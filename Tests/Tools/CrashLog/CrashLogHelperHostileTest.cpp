@@ -1,5 +1,6 @@
 #include "Tests/Tools/CrashLog/CrashedProgram.h"
 
+#include "Tests/Support/RawServer.h"
 #include "Tests/Support/TemporaryHome.h"
 #include "Tests/Support/UnprivilegedChild.h"
 
@@ -100,6 +101,15 @@ TEST(CrashLogHelperRefused, ShowsWhereTheCrashWasWhereNothingOfTheProcessMayBeSe
                && shown.first().toObject().value("imageOffset"_L1).toInteger()
                       == crashed.record.registers[REG_RIP];
     }));
+}
+
+TEST(CrashLogHelperHostile, AsksNoServerForDebuggingInformationEvenWhereTheEnvironmentNamesOne)
+{
+    const RawServer server([](RawServer::Connection &) {});
+    qputenv("DEBUGINFOD_URLS", server.url().toString().toUtf8());
+    const CrashedProgram crashed(u"write"_s, {}, CrashedProgram::pathOf(u"StrippedCrasher"_s));
+    EXPECT_EQ(runHelper(crashed.record).status, 0);
+    EXPECT_EQ(server.connectionCount(), 0);
 }
 
 TEST(CrashLogHelperHostile, SaysWhereThereWasNoTimeToFollowMillionsOfFrames)
