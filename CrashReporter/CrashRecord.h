@@ -24,7 +24,7 @@ struct CrashRecord
     /*! CLOCK_REALTIME at the crash and when the writer was installed (taken as the launch). */
     timespec crashTime = {};
     timespec launchTime = {};
-    /*! Seconds east of UTC when the record was prepared. The log is named by it, so it is not asked for again. */
+    /*! Seconds east of UTC when the record was prepared. The log is named by it. */
     std::int32_t secondsEastOfUTC = 0;
 
     siginfo_t signal = {};
