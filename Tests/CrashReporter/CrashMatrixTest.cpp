@@ -193,6 +193,16 @@ TEST(CrashMatrixFork, AForkedChildsCrashIsLoggedWithItsOwnProcessId)
     EXPECT_EQ(host.functionsOfCrashedThread().value(0), u"writeThrough"_s);
 }
 
+TEST(CrashMatrixFork, AForkedChildsStackMayOverflow)
+{
+    for (const QString &way : {u"overflow in fork"_s, u"overflow in fork of thread"_s}) {
+        const CrashedHost host({way});
+        EXPECT_EQ(host.exitStatus(), 0);
+        EXPECT_EQ(host.body()[u"pid"_s].toInt(), host.output().trimmed().toInt());
+        EXPECT_EQ(host.functionsOfCrashedThread().value(0), u"overflowStack"_s);
+    }
+}
+
 TEST(CrashMatrixRights, AProcessThatLetsNobodyLookAtItHasItsFramesAndNoCoreDump)
 {
     const CrashedHost host({u"not dumpable"_s, u"SIGSEGV"_s});

@@ -84,6 +84,16 @@ TEST(MBWCrashLogWriter, AMissingHelperLeavesTheLogToTheProcessItself)
     expectMinimalLog(host);
 }
 
+TEST(MBWCrashLogWriter, WhatAThreadPrintsToClosedStreamsDoesNotGoIntoTheLog)
+{
+    for (const QString &helper : {u"helper="_s, u"helper=/nonexistent"_s}) {
+        const CrashedHost host({helper, u"closed streams"_s, u"printing thread"_s, u"SIGSEGV"_s});
+        expectDeath(host);
+        EXPECT_EQ(host.header()[u"app_name"_s].toString(), u"Crashing Host"_s);
+        EXPECT_EQ(host.body()[u"exception"_s][u"signal"_s].toString(), u"SIGSEGV"_s);
+    }
+}
+
 TEST(MBWCrashLogWriter, AHelperThatHangsIsGivenThreeSeconds)
 {
     const QTemporaryDir folder;

@@ -7,7 +7,8 @@
 
 #include <elfutils/libdwfl.h>
 
-/*! Writes the threads with their frames, and which one crashed. Where `images` is
-    null, each thread has one frame and no symbol. */
+/*! Writes the threads with their frames, and which one crashed. Where `images` is null, each thread has one
+    frame and no symbol.
+*/
 void writeThreads(JSONWriter &json, const CrashedProcess &process, Dwfl *images, Detail detail,
                   std::chrono::steady_clock::time_point deadline);

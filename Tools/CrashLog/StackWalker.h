@@ -30,8 +30,8 @@ struct Stack
     bool isUnfinished = false; ///< whether time ran out before the outermost ones were reached
 };
 
-/*! Walks the stacks of a process whose threads stand still, with the tables that compilers leave in the
- * images. */
+/*! Walks the stacks of a process whose threads stand still, with the tables that compilers leave in images.
+ */
 class StackWalker
 {
 public:
