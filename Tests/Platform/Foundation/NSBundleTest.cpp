@@ -227,6 +227,39 @@ TEST_F(NSBundleTest, TranslatesAnInformationPropertyWhereATranslatorKnowsIt)
     EXPECT_FALSE(bundle.objectForInfoDictionaryKey({}).isValid());
 }
 
+TEST_F(NSBundleTest, HasOnlyTheTranslatedInformationPropertiesInItsLocalizedDictionary)
+{
+    writeFile(m_beside, "<plist><dict><key>CFBundleName</key><string>Kite</string><key>Wind</key>"
+                        "<string>West</string></dict></plist>");
+    const NSBundle bundle(m_executable);
+    EXPECT_EQ(bundle.localizedInfoDictionary(), QVariantMap());
+    const InstalledTranslator wind("InfoPlist", "Wind", u"Westwind"_s);
+    EXPECT_EQ(bundle.localizedInfoDictionary(), (QVariantMap{{u"Wind"_s, u"Westwind"_s}}));
+}
+
+TEST_F(NSBundleTest, FindsPropertiesThatPeopleReadWhereTheyAreInTranslationOnly)
+{
+    const NSBundle bundle(m_executable);
+    for (const char *key :
+         {"CFBundleName", "CFBundleDisplayName", "CFBundleShortVersionString", "NSHumanReadableCopyright"}) {
+        const InstalledTranslator translator("InfoPlist", key, u"Übersetzt"_s);
+        EXPECT_EQ(bundle.localizedInfoDictionary(),
+                  (QVariantMap{{QString::fromLatin1(key), u"Übersetzt"_s}}));
+    }
+}
+
+TEST_F(NSBundleTest, ReadsTheBytesOfAResourceWhereverItLies)
+{
+    const RegisteredResources resources;
+    EXPECT_TRUE(NSBundle::contentsOfResourceAtPath(u":/Info.plist"_s, 4096)->contains("From a Qt resource"));
+    writeFile(m_beside, "beside");
+    EXPECT_EQ(NSBundle::contentsOfResourceAtPath(m_beside, 6), "beside");
+    NSError error;
+    EXPECT_EQ(NSBundle::contentsOfResourceAtPath(m_beside, 5, &error), std::nullopt);
+    EXPECT_NE(error.localizedDescription(), QString());
+    EXPECT_EQ(NSBundle::contentsOfResourceAtPath(m_shared, 4096), std::nullopt);
+}
+
 TEST_F(NSBundleTest, TranslatesATextOfItsTable)
 {
     const NSBundle bundle(m_executable);
