@@ -60,8 +60,9 @@ struct MARBLEWICK_PANELS_EXPORT NSAttributedString
         marks of lists come as the text that the document gives for them. Everything else is passed over:
         pictures, embedded objects, headers, footnotes, backgrounds.
 
-        Nil where the data do not begin as RTF does. A document that breaks off gives what was read. Nothing
-       in it makes this take more than linear time and memory.
+        Nil where the data do not begin as RTF does. A document that breaks off gives what was read. It ends
+        after 1,048,576 characters or 16,384 paragraphs, and a paragraph of more than 8192 characters is
+       broken, so that neither reading nor showing it takes long, whatever is in it.
     */
     static std::optional<NSAttributedString> initWithRTF(const QByteArray &data);
 

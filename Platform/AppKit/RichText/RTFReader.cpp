@@ -17,7 +17,12 @@ namespace {
 constexpr size_t maximumDepth = 256;
 constexpr qsizetype maximumFonts = 1024;
 constexpr size_t maximumColors = 1024;
+constexpr qsizetype maximumLength = 1'048'576;
+constexpr size_t maximumParagraphs = 16'384;
 constexpr size_t maximumRuns = 65'536;
+/*! Documents take quadratic time to lay out a paragraph. */
+constexpr qsizetype maximumParagraphLength = 8192;
+constexpr int maximumParagraphRuns = 1024;
 constexpr qsizetype maximumFontNameLength = 128;
 constexpr qsizetype maximumFieldInstructionLength = 4096;
 
@@ -66,7 +71,7 @@ NSAttributedString RTFReader::read()
         if (token.kind == RTFToken::End)
             break;
         readToken(token);
-    } while (!m_outerStates.empty());
+    } while (!m_outerStates.empty() && !isFull());
     decodePendingBytes();
     m_text.paragraphs.push_back(m_state.paragraph);
     replaceUnpairedSurrogates(m_text.string);
@@ -252,8 +257,7 @@ void RTFReader::takeCharacter(QChar character)
     const bool endsParagraph = character == u'\n' || character == QChar::ParagraphSeparator;
     if (!endsParagraph || m_state.destination != RTFDestination::Text)
         return take(character);
-    appendToLastRun(u"\n"_s);
-    m_text.paragraphs.push_back(m_state.paragraph);
+    endParagraph();
 }
 
 void RTFReader::takeFontNames(const QString &text)
@@ -293,22 +297,47 @@ void RTFReader::endFieldInstruction()
 void RTFReader::append(QString text)
 {
     text.removeIf(isNoText);
-    if (text.isEmpty())
-        return;
-    const bool isOtherwise = m_text.runs.empty() || m_state.character != m_lastFormat;
-    if (isOtherwise && m_text.runs.size() < maximumRuns) {
-        m_text.runs.push_back({.attributes = currentAttributes()});
-        m_lastFormat = m_state.character;
+    text.truncate(std::max<qsizetype>(maximumLength - m_text.string.size(), 0));
+    for (QStringView left = text; !left.isEmpty();) {
+        beginRunIfFormatChanged();
+        if (m_paragraphLength == maximumParagraphLength || m_paragraphRuns > maximumParagraphRuns)
+            endParagraph();
+        const auto length = std::min(left.size(), maximumParagraphLength - m_paragraphLength);
+        appendToLastRun(left.first(length));
+        left = left.sliced(length);
     }
-    appendToLastRun(text);
 }
 
-void RTFReader::appendToLastRun(const QString &text)
+void RTFReader::beginRunIfFormatChanged()
+{
+    const bool isOtherwise = m_text.runs.empty() || m_state.character != m_lastFormat;
+    if (!isOtherwise || m_text.runs.size() == maximumRuns)
+        return;
+    m_text.runs.push_back({.attributes = currentAttributes()});
+    m_lastFormat = m_state.character;
+    ++m_paragraphRuns;
+}
+
+void RTFReader::endParagraph()
+{
+    appendToLastRun(u"\n");
+    m_text.paragraphs.push_back(m_state.paragraph);
+    m_paragraphLength = 0;
+    m_paragraphRuns = 0;
+}
+
+void RTFReader::appendToLastRun(QStringView text)
 {
     if (m_text.runs.empty())
         m_text.runs.emplace_back();
     m_text.runs.back().length += text.size();
     m_text.string += text;
+    m_paragraphLength += text.size();
+}
+
+bool RTFReader::isFull() const
+{
+    return m_text.string.size() >= maximumLength || m_text.paragraphs.size() >= maximumParagraphs;
 }
 
 RTFReader::Font RTFReader::currentFont() const

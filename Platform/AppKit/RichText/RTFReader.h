@@ -12,9 +12,12 @@
 namespace Marblewick {
 
 /*! Reads rich text into an attributed string. What it does not know is passed over, and what breaks off is
-   read as far as it goes. Time is linear in the data; memory too, with these bounds on what a few bytes can
-   ask for: 256 groups inside each other, 1024 fonts, 1024 colours, 65,536 changes of formatting. What goes
-   beyond is left out, and text beyond the last change of formatting keeps it.
+   read as far as it goes. Time and memory are linear in the data. What a few bytes can ask for is bounded:
+
+    - 256 groups inside each other, 1024 fonts and 1024 colours; what goes beyond is left out.
+    - 65,536 changes of formatting; text beyond the last one keeps it.
+    - 8192 characters and 1024 changes of formatting in a paragraph; what goes beyond makes another paragraph.
+    - 1,048,576 characters and 16,384 paragraphs; the text ends there.
 */
 class RTFReader
 {
@@ -56,13 +59,19 @@ private:
     void takeColors(const QString &text);
     void endFieldInstruction();
     void append(QString text);
-    void appendToLastRun(const QString &text);
+    void beginRunIfFormatChanged();
+    void endParagraph();
+    void appendToLastRun(QStringView text);
+    bool isFull() const;
 
     Font currentFont() const;
     NSTextAttributes currentAttributes() const;
 
     RTFTokenizer m_tokenizer;
     NSAttributedString m_text;
+
+    qsizetype m_paragraphLength = 0; ///< of the paragraph that is being read
+    int m_paragraphRuns = 0; ///< that began in it
 
     RTFState m_state;
     std::vector<RTFState> m_outerStates;

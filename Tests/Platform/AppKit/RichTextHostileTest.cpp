@@ -97,8 +97,39 @@ TEST(RichTextHostile, KeepsTheLastFormattingAfter65536Changes)
 {
     const auto text = read(QByteArray("\\b a\\b0 b").repeated(50'000));
     EXPECT_EQ(text.runs.size(), 65'536U);
-    EXPECT_EQ(text.string.size(), 100'000);
+    EXPECT_EQ(text.string.count(u'a') + text.string.count(u'b'), 100'000);
     expectThatItIsWhole(text);
+}
+
+TEST(RichTextHostile, EndsAfter1048576CharactersOr16384Paragraphs)
+{
+    EXPECT_EQ(read(QByteArray(2'000'000, 'a')).string.size(), 1'048'576 + 127); // with the breaks below
+    EXPECT_EQ(read(QByteArray("some words\\par ").repeated(100'000)).paragraphs.size(), 16'385U);
+}
+
+TEST(RichTextHostile, BreaksAParagraphOfMoreThan8192CharactersOr1024Formats)
+{
+    const QStringList lines = read(QByteArray(20'000, 'a')).string.split(u'\n');
+    ASSERT_EQ(lines.size(), 3);
+    EXPECT_EQ(lines[0].size(), 8192);
+    EXPECT_EQ(lines[2].size(), 20'000 - 2 * 8192);
+    EXPECT_EQ(read(QByteArray("\\b a\\b0 b").repeated(600)).string.indexOf(u'\n'), 1024);
+    EXPECT_EQ(read(QByteArray("\\b a\\b0 b").repeated(512)).string.indexOf(u'\n'), -1);
+}
+
+TEST(RichTextHostile, IsShownInTimeWhateverItHolds)
+{
+    for (const char *piece : {"a", "\\b a\\b0 b", "\\par ", "\\tab ", "\\line "}) {
+        const NSAttributedString text = read(megabyteOf(piece));
+        QTextDocument document;
+        QElapsedTimer timer;
+        timer.start();
+        text.replaceContents(&document, Qt::blue);
+        document.setTextWidth(400);
+        EXPECT_GT(document.size().height(), 400);
+        // Paragraphs without bounds take minutes; a busy machine takes some seconds for these.
+        EXPECT_LT(timer.elapsed(), 30'000) << piece;
+    }
 }
 
 TEST(RichTextHostile, Knows1024FontsAndColors)
