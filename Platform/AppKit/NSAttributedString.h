@@ -53,7 +53,7 @@ struct MARBLEWICK_PANELS_EXPORT NSAttributedString
 {
     QString string; ///< "\n" between paragraphs, U+2028 where a line is broken within one
     std::vector<NSAttributeRun> runs; ///< of the whole string, in its order
-    std::vector<NSParagraphStyle> paragraphs; ///< one more than the string has "\n"
+    std::vector<NSParagraphStyle> paragraphs = {{}}; ///< one more than the string has "\n"
 
     /*! The text of an RTF document. Read are groups, fonts, sizes, bold, italic, underlines, colours of the
         text, alignment, indents, spacing, tabs, links (fields with HYPERLINK), Unicode and code pages; the

@@ -68,7 +68,7 @@ private:
     NSTextAttributes currentAttributes() const;
 
     RTFTokenizer m_tokenizer;
-    NSAttributedString m_text;
+    NSAttributedString m_text{.string = {}, .runs = {}, .paragraphs = {}};
 
     qsizetype m_paragraphLength = 0; ///< of the paragraph that is being read
     int m_paragraphRuns = 0; ///< that began in it

@@ -2,6 +2,7 @@
 
 #include "Tests/Platform/Foundation/RunFoundationHost.h"
 #include "Tests/Support/CapturedStandardError.h"
+#include "Tests/Support/InstalledTranslator.h"
 #include "Tests/Support/TemporaryHome.h"
 #include "Tests/Support/UnprivilegedChild.h"
 
@@ -11,7 +12,6 @@
 #include <QDir>
 #include <QFile>
 #include <QResource>
-#include <QTranslator>
 
 #include <sys/stat.h>
 #include <thread>
@@ -53,30 +53,6 @@ public:
 
 private:
     const QString m_file = QCoreApplication::applicationDirPath() + u"/FoundationTests.rcc"_s;
-};
-
-/*! A translator of one text, installed from construction to destruction. */
-class InstalledTranslator : public QTranslator
-{
-public:
-    InstalledTranslator(const char *context, const char *source, const QString &translation)
-        : m_context(context)
-        , m_source(source)
-        , m_translation(translation)
-    {
-        QCoreApplication::installTranslator(this);
-    }
-
-    QString translate(const char *context, const char *source, const char *, int) const override
-    {
-        return m_context == context && m_source == source ? m_translation : QString();
-    }
-    bool isEmpty() const override { return false; }
-
-private:
-    const QByteArray m_context;
-    const QByteArray m_source;
-    const QString m_translation;
 };
 
 } // namespace
