@@ -16,6 +16,9 @@ namespace Marblewick {
 
 namespace {
 
+/*! Average characters to a line; a message box by itself wraps its text at half of that. */
+constexpr int readableWidth = 55;
+
 void addIcon(QMessageBox &box)
 {
     const int size = box.style()->pixelMetric(QStyle::PM_MessageBoxIconSize, nullptr, &box);
@@ -31,12 +34,16 @@ void addTexts(QMessageBox &box, const QString &messageText, const QString &infor
     box.setWindowTitle(QGuiApplication::applicationDisplayName());
     box.setText(messageText);
     box.setInformativeText(informativeText);
-    for (QLabel *const label : box.findChildren<QLabel *>())
+    for (QLabel *const label : box.findChildren<QLabel *>()) {
         label->setTextFormat(Qt::PlainText);
-    auto *const messageLabel = box.findChild<QLabel *>(u"qt_msgbox_label"_s);
-    QFont font = messageLabel->font();
-    font.setBold(true);
-    messageLabel->setFont(font);
+        if (label->text() == informativeText)
+            label->setMinimumWidth(readableWidth * label->fontMetrics().averageCharWidth());
+        if (label->text() == messageText) {
+            QFont font = label->font();
+            font.setBold(true);
+            label->setFont(font);
+        }
+    }
 }
 
 } // namespace

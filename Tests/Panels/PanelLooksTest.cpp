@@ -125,12 +125,18 @@ TEST_F(PanelLooks, NothingIsCutOffInAWordyLanguage)
 
 TEST_F(PanelLooks, EachIsMirroredWhereTheTextRunsFromRightToLeft)
 {
+    QMap<QString, int> distanceFromTheLeft;
+    lookAtEach(u"left-to-right"_s, [&](const QWidget *window) {
+        for (const QPushButton *const button : window->findChildren<QPushButton *>())
+            distanceFromTheLeft[button->text()] = button->mapTo(window, QPoint()).x();
+    });
+    EXPECT_EQ(distanceFromTheLeft.size(), 6);
     QApplication::setLayoutDirection(Qt::RightToLeft);
-    lookAtEach(u"right-to-left"_s, [](const QWidget *window) {
-        EXPECT_EQ(window->layoutDirection(), Qt::RightToLeft);
+    lookAtEach(u"right-to-left"_s, [&](const QWidget *window) {
         for (const QPushButton *const button : window->findChildren<QPushButton *>()) {
-            const int center = button->mapTo(window, button->rect().center()).x();
-            EXPECT_TRUE(!button->isDefault() || center < window->width() / 2);
+            const int fromTheRight = window->width() - button->mapTo(window, button->rect().topRight()).x()
+                                     - 1;
+            EXPECT_NEAR(fromTheRight, distanceFromTheLeft[button->text()], 1) << qPrintable(button->text());
         }
     });
 }
