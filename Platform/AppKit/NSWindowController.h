@@ -31,7 +31,7 @@ public:
 
     /*! Shows the window in front of the application's others and gives it the focus. The sender is not used.
      */
-    void showWindow(QObject *sender = nullptr);
+    virtual void showWindow(QObject *sender = nullptr);
 
 protected:
     /*! Makes the window from its resource. */
