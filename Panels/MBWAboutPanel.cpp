@@ -54,6 +54,17 @@ std::optional<bool> boolValue(const QVariant &property)
     return text ? std::optional(yes.match(*text).hasMatch()) : std::nullopt;
 }
 
+/*! The colour of links; that of text where theirs is hard to tell from the background, as it is on the dark
+    desktops whose palette has no colour of its own for links.
+*/
+QColor linkColor(const QPalette &palette)
+{
+    constexpr int leastDifference = 80;
+    const QColor link = palette.color(QPalette::Link);
+    const int difference = qGray(link.rgb()) - qGray(palette.color(QPalette::Base).rgb());
+    return qAbs(difference) < leastDifference ? palette.color(QPalette::Text) : link;
+}
+
 } // namespace
 
 MBWAboutPanel *MBWAboutPanel::sharedAboutPanel()
@@ -184,8 +195,7 @@ void MBWAboutPanel::showCredits()
 {
     QScrollBar *const scrollBar = m_ui->creditsView->verticalScrollBar();
     const int position = scrollBar->value();
-    m_credits.replaceContents(m_ui->creditsView->document(),
-                              m_ui->creditsView->palette().color(QPalette::Link));
+    m_credits.replaceContents(m_ui->creditsView->document(), linkColor(m_ui->creditsView->palette()));
     scrollBar->setValue(position);
     m_ui->creditsView->setHidden(m_credits.string.isEmpty());
 }
@@ -205,6 +215,11 @@ void MBWAboutPanel::setUpTexts()
         return;
     m_ui->retranslateUi(window());
     window()->setWindowTitle(window()->windowTitle().arg(applicationName()));
+    // By themselves labels follow the direction of their text, and a Latin name would lie far from the icon.
+    const Qt::Alignment alignment = QStyle::visualAlignment(window()->layoutDirection(), Qt::AlignLeading)
+                                    | Qt::AlignAbsolute | Qt::AlignVCenter;
+    for (QLabel *const label : {m_ui->nameLabel, m_ui->versionLabel, m_ui->copyrightLabel})
+        label->setAlignment(alignment);
     m_ui->nameLabel->setText(applicationName());
     m_ui->versionLabel->setText(m_versionString);
     m_ui->copyrightLabel->setText(

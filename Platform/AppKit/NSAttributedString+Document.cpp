@@ -1,5 +1,6 @@
 #include "Platform/AppKit/NSAttributedString.h"
 
+#include <QFontDatabase>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QTextCursor>
@@ -54,18 +55,18 @@ QTextBlockFormat blockFormat(const NSParagraphStyle &style)
     return format;
 }
 
-/*! The font by its name, else by that of the family of which a face is named. */
-QStringList fontFamilies(const QString &name)
+/*! The family of a font. Some editors name a face, such as "Helvetica-Bold". */
+QString fontFamily(const QString &name)
 {
-    const QString family = name.left(name.indexOf(u'-'));
-    return family == name ? QStringList{name} : QStringList{name, family};
+    const qsizetype hyphen = name.indexOf(u'-');
+    return hyphen < 0 || QFontDatabase::hasFamily(name) ? name : name.left(hyphen);
 }
 
 QTextCharFormat characterFormat(const NSTextAttributes &attributes, const QColor &linkColor)
 {
     QTextCharFormat format;
     if (!attributes.fontName.isEmpty())
-        format.setFontFamilies(fontFamilies(attributes.fontName));
+        format.setFontFamilies({fontFamily(attributes.fontName)});
     if (attributes.fontSize > 0)
         format.setFontPointSize(attributes.fontSize);
     if (attributes.isBold)

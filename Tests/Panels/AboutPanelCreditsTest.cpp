@@ -228,6 +228,16 @@ TEST_F(AboutPanelCredits, HaveLinksInThePalettesColorAndKeepTheirPlaceWhenItChan
     EXPECT_EQ(scrollBar->value(), 3);
 }
 
+TEST_F(AboutPanelCredits, HaveLinksInTheColorOfTextWhereThePalettesIsHardToTellFromTheBackground)
+{
+    writeCredits(R"(\fs80{\field{\*\fldinst{HYPERLINK "https://example.com/"}}{\fldrslt\u9608 ?}})");
+    QPalette palette = darkPalette();
+    palette.setColor(QPalette::Link, Qt::blue);
+    QApplication::setPalette(palette);
+    show();
+    EXPECT_EQ(colorOf(0), lightText);
+}
+
 // What they do
 
 TEST_F(AboutPanelCredits, OpenALinkThatIsClicked)
