@@ -80,7 +80,7 @@ bool playCrashScene()
     if (!Host::hasDisplay())
         say(u"   (No display: the host's windows are used by a program.)"_s);
     if (!writeCrashLog(host.crashLogFolder() + u"/Cartographer_old.ips"_s, madeUpCrashLog())
-        || !host.launch(server.url()))
+        || !host.launch({u"--report-url"_s, server.url()}))
         return false;
     if (!defaults.contains(MBWCrashReporterLastCrashReportDateKey) || !server.takeRequests().empty()) {
         say(u"  Unexpected: the date was not stored, or something was sent."_s);
@@ -100,7 +100,7 @@ bool playCrashScene()
     say(u"  A new crash log is in "_s + host.crashLogFolder());
 
     say(u"\n3. The second launch."_s);
-    if (!host.launch(server.url()))
+    if (!host.launch({u"--report-url"_s, server.url()}))
         return false;
     const std::vector<ReportServer::Request> requests = server.takeRequests();
     if (requests.empty()) {

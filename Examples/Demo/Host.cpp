@@ -27,7 +27,7 @@ QString Host::crashLogFolder() const { return m_home + u"/state/Logs/DiagnosticR
 
 QString Host::defaultsFile() const { return m_home + u"/config/Cartographer/defaults.json"_s; }
 
-bool Host::launch(const QString &reportURL) const
+bool Host::launch(const QStringList &options) const
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"XDG_STATE_HOME"_s, m_home + u"/state"_s);
@@ -35,7 +35,7 @@ bool Host::launch(const QString &reportURL) const
     environment.insert(u"XDG_DATA_HOME"_s, m_home + u"/data"_s);
     environment.insert(u"TMPDIR"_s, m_home + u"/tmp"_s);
     environment.insert(u"no_proxy"_s, u"127.0.0.1"_s);
-    QStringList arguments{u"--report-url"_s, reportURL};
+    QStringList arguments = options;
     if (!hasDisplay()) {
         environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
         environment.insert(u"XDG_RUNTIME_DIR"_s, m_home + u"/tmp"_s);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QString>
+#include <QStringList>
 
 /*! The example host, as a program with a home folder of its own. */
 class Host
@@ -18,7 +18,7 @@ public:
     static bool hasDisplay();
 
     /*! Launches the host and waits until it has quit; false where it could not or failed. */
-    bool launch(const QString &reportURL) const;
+    bool launch(const QStringList &options) const;
 
 private:
     const QString m_home;

@@ -1,6 +1,7 @@
 // Plays the example host's life, scene by scene, against a server on loopback.
 
 #include "CrashScene.h"
+#include "PanelsScene.h"
 #include "UtilitiesScene.h"
 
 #include <CLI/CLI.hpp>
@@ -16,6 +17,8 @@ int main(int argc, char **argv)
         "run-demo");
     const CLI::App *const crash = commandLine.add_subcommand(
         "crash", "a first launch, a crash, and the report that reaches the maker");
+    const CLI::App *const panels = commandLine.add_subcommand(
+        "panels", "the panels that a host asks its users with, in light and dark");
     const CLI::App *const utilities = commandLine.add_subcommand(
         "utilities", "digests, encryption, the machine's address, checksums and queries");
     CLI11_PARSE(commandLine, argc, argv);
@@ -24,6 +27,8 @@ int main(int argc, char **argv)
     bool isPlayed = true;
     if (playAll || crash->parsed())
         isPlayed = playCrashScene() && isPlayed;
+    if (playAll || panels->parsed())
+        isPlayed = playPanelsScene() && isPlayed;
     if (playAll || utilities->parsed())
         isPlayed = playUtilitiesScene() && isPlayed;
     return isPlayed ? EXIT_SUCCESS : EXIT_FAILURE;

@@ -8,11 +8,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
 void say(const QString &text) { QTextStream(stdout) << "  " << text << Qt::endl; }
-
-} // namespace
 
 AutoPilot::AutoPilot(const QString &pictureFolder)
     : m_pictureFolder(pictureFolder)

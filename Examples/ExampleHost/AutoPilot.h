@@ -6,6 +6,9 @@
 
 class QWidget;
 
+/*! Prints a line of the demo's. */
+void say(const QString &text);
+
 /*! Uses the application as a person would, for the demo on a machine without a display: looks at each window
     that comes up, saves a picture of it, and clicks.
 */

@@ -2,12 +2,15 @@
 // Marblewick.
 
 #include "AutoPilot.h"
+#include "HelpMenu.h"
 #include "MapWindow.h"
+#include "PanelPilot.h"
 
 #include <Marblewick/MBWCrashReportController.h>
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QMenuBar>
 #include <QTranslator>
 
 #include <memory>
@@ -29,18 +32,27 @@ int main(int argc, char **argv)
                                        u"https://crash.example.com/report"_s);
     const QCommandLineOption pictures(
         u"drive"_s, u"Be used by a program, which saves a picture of each window."_s, u"folder"_s);
-    arguments.addOptions({reportURL, pictures});
+    const QCommandLineOption panels(u"panels"_s, u"Show the panels of the Help menu."_s);
+    arguments.addOptions({reportURL, pictures, panels});
     arguments.addHelpOption();
     arguments.process(application);
 
     std::unique_ptr<AutoPilot> autoPilot;
-    if (arguments.isSet(pictures))
+    if (arguments.isSet(pictures) && !arguments.isSet(panels))
         autoPilot = std::make_unique<AutoPilot>(arguments.value(pictures));
 
     MBWCrashReportController::setCrashReportURL(arguments.value(reportURL));
     MBWCrashReportController::checkForCrash();
 
     MapWindow window;
+    auto *const helpMenu = new HelpMenu(&window);
+    window.menuBar()->addMenu(helpMenu);
     window.show();
+
+    std::unique_ptr<PanelPilot> panelPilot;
+    if (arguments.isSet(panels) && arguments.isSet(pictures))
+        panelPilot = std::make_unique<PanelPilot>(arguments.value(pictures), &window, helpMenu);
+    else if (arguments.isSet(panels))
+        helpMenu->askUser();
     return QApplication::exec();
 }
