@@ -1,5 +1,6 @@
 #include "HelpMenu.h"
 
+#include <Marblewick/MBWAboutPanel.h>
 #include <Marblewick/MBWNewsPanelController.h>
 
 #include <QCoreApplication>
@@ -21,6 +22,7 @@ HelpMenu::HelpMenu(QMainWindow *window)
     m_feedback->setDelegate(this);
     addAction(tr("&Rate Cartographer…"), this, &HelpMenu::showFeedback);
     addAction(tr("&News by E-Mail…"), this, &HelpMenu::showNews);
+    addAction(tr("&About Cartographer"), [] { MBWAboutPanel::sharedAboutPanel()->showWindow(); });
 }
 
 void HelpMenu::askUser()

@@ -5,6 +5,7 @@
 #include <Marblewick/NSWorkspace.h>
 
 #include <QApplication>
+#include <QPointer>
 #include <QPushButton>
 #include <QStatusBar>
 #include <QStyleFactory>
@@ -71,9 +72,12 @@ void PanelPilot::use(QWidget *panel)
         QPushButton *const button = buttons.at(m_button++);
         say(u"%1: the user presses \"%2\"."_s.arg(item, button->text().remove(u'&')));
         m_window->statusBar()->clearMessage();
+        const QPointer<QWidget> stillThere = panel;
         button->click();
         if (!m_window->statusBar()->currentMessage().isEmpty())
             say(u"The host says: "_s + m_window->statusBar()->currentMessage());
+        if (stillThere && m_button == buttons.size())
+            panel->close();
     } else {
         panel->close();
     }

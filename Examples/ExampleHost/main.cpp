@@ -10,6 +10,7 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QIcon>
 #include <QMenuBar>
 #include <QTranslator>
 
@@ -22,6 +23,8 @@ int main(int argc, char **argv)
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"Cartographer"_s);
     QApplication::setApplicationVersion(u"1.4"_s);
+
+    QApplication::setWindowIcon(QIcon(u":/Cartographer.png"_s));
 
     QTranslator translator;
     if (translator.load(QLocale(), u"cartographer"_s, u"_"_s, u":/translations"_s))

@@ -177,7 +177,49 @@
     </message>
 </context>
 <context>
+    <name>AboutPanel</name>
+    <message>
+        <source>About %1</source>
+        <translation>Über %1</translation>
+    </message>
+    <message>
+        <source>Credits</source>
+        <translation>Mitwirkende</translation>
+    </message>
+    <message>
+        <source>&amp;Copy Version</source>
+        <translation>&amp;Versionsangaben kopieren</translation>
+    </message>
+    <message>
+        <source>Copy Version</source>
+        <translation>Versionsangaben kopieren</translation>
+    </message>
+    <message>
+        <source>Copies the version and that of the system, for a message to the makers.</source>
+        <translation>Kopiert die Version und die des Systems, für eine Nachricht an die Hersteller.</translation>
+    </message>
+    <message>
+        <source>&amp;Web Site</source>
+        <translation>&amp;Website</translation>
+    </message>
+    <message>
+        <source>Web Site</source>
+        <translation>Website</translation>
+    </message>
+</context>
+<context>
+    <name>InfoPlist</name>
+    <message>
+        <source>NSHumanReadableCopyright</source>
+        <translation>© 2026 Die Herstellerinnen und Hersteller von Cartographer</translation>
+    </message>
+</context>
+<context>
     <name>HelpMenu</name>
+    <message>
+        <source>&amp;About Cartographer</source>
+        <translation>&amp;Über Cartographer</translation>
+    </message>
     <message>
         <source>&amp;Help</source>
         <translation>&amp;Hilfe</translation>
