@@ -6,4 +6,5 @@ void benchmarkChecksum();
 void benchmarkEncryption();
 void benchmarkHexadecimal();
 void benchmarkLaunch();
+void benchmarkPanels();
 void benchmarkUpload();

@@ -15,5 +15,6 @@ int main(int argc, char **argv)
     benchmarkHexadecimal();
     benchmarkEncryption();
     benchmarkChecksum();
+    benchmarkPanels();
     return 0;
 }
