@@ -6,5 +6,6 @@ void benchmarkChecksum();
 void benchmarkEncryption();
 void benchmarkHexadecimal();
 void benchmarkLaunch();
+void benchmarkPanels();
 void benchmarkRichText();
 void benchmarkUpload();

@@ -16,5 +16,6 @@ int main(int argc, char **argv)
     benchmarkEncryption();
     benchmarkChecksum();
     benchmarkRichText();
+    benchmarkPanels();
     return 0;
 }
