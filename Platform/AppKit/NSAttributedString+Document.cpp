@@ -1,6 +1,5 @@
 #include "Platform/AppKit/NSAttributedString.h"
 
-#include <QFontDatabase>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QTextCursor>
@@ -55,12 +54,10 @@ QTextBlockFormat blockFormat(const NSParagraphStyle &style)
     return format;
 }
 
-/*! The family of a font. Some editors name a face, such as "Helvetica-Bold". */
-QString fontFamily(const QString &name)
-{
-    const qsizetype hyphen = name.indexOf(u'-');
-    return hyphen < 0 || QFontDatabase::hasFamily(name) ? name : name.left(hyphen);
-}
+/*! The family of a font. Some editors name a face, such as "Helvetica-Bold"; to ask the font database whether
+    that is a family would load all of it.
+*/
+QString fontFamily(const QString &name) { return name.left(name.indexOf(u'-')); }
 
 QTextCharFormat characterFormat(const NSTextAttributes &attributes, const QColor &linkColor)
 {
