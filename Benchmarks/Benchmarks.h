@@ -11,4 +11,6 @@ void benchmarkHexadecimal();
 void benchmarkLaunch();
 void benchmarkUpdateCheck();
 void benchmarkLog();
+void benchmarkPanels();
+void benchmarkRichText();
 void benchmarkUpload();

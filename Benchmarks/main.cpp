@@ -33,6 +33,8 @@ int main(int argc, char **argv)
         {QStringLiteral("feed"), benchmarkFeed},
         {QStringLiteral("update"), benchmarkUpdateCheck},
         {QStringLiteral("log"), benchmarkLog},
+        {QStringLiteral("panels"), benchmarkPanels},
+        {QStringLiteral("richtext"), benchmarkRichText},
         {QStringLiteral("hexadecimal"), benchmarkHexadecimal},
         {QStringLiteral("encryption"), benchmarkEncryption},
         {QStringLiteral("checksum"), benchmarkChecksum},

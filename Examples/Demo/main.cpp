@@ -3,6 +3,7 @@
 #include "CrashScene.h"
 #include "LogScene.h"
 #include "UpdateScene.h"
+#include "PanelsScene.h"
 #include "UtilitiesScene.h"
 
 #include <CLI/CLI.hpp>
@@ -22,6 +23,8 @@ int main(int argc, char **argv)
         "update", "a new release, what the user can do about it, and a check that fails");
     const CLI::App *const log = commandLine.add_subcommand(
         "log", "eleven launches, each with a log file, of which ten are kept");
+    const CLI::App *const panels = commandLine.add_subcommand(
+        "panels", "the panels that a host asks its users with, in light and dark");
     const CLI::App *const utilities = commandLine.add_subcommand(
         "utilities", "digests, encryption, the machine's address, checksums and queries");
     CLI11_PARSE(commandLine, argc, argv);
@@ -34,6 +37,8 @@ int main(int argc, char **argv)
         isPlayed = playUpdateScene() && isPlayed;
     if (playAll || log->parsed())
         isPlayed = playLogScene() && isPlayed;
+    if (playAll || panels->parsed())
+        isPlayed = playPanelsScene() && isPlayed;
     if (playAll || utilities->parsed())
         isPlayed = playUtilitiesScene() && isPlayed;
     return isPlayed ? EXIT_SUCCESS : EXIT_FAILURE;

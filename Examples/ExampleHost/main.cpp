@@ -2,7 +2,9 @@
 // Marblewick.
 
 #include "AutoPilot.h"
+#include "HelpMenu.h"
 #include "MapWindow.h"
+#include "PanelPilot.h"
 
 #include <Marblewick/MBWCrashLogWriter.h>
 #include <Marblewick/MBWCrashReportController.h>
@@ -12,6 +14,8 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QIcon>
+#include <QMenuBar>
 #include <QTimer>
 #include <QTranslator>
 
@@ -41,6 +45,7 @@ int main(int argc, char **argv)
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"Cartographer"_s);
     QApplication::setApplicationVersion(u"1.4"_s);
+    QApplication::setWindowIcon(QIcon(u":/Cartographer.png"_s));
 
     QTranslator translator;
     if (translator.load(QLocale(), u"cartographer"_s, u"_"_s, u":/translations"_s))
@@ -59,7 +64,8 @@ int main(int argc, char **argv)
     const QCommandLineOption log(u"log"_s, u"Keep a log file of each launch."_s);
     const QCommandLineOption quit(u"quit"_s, u"Quit as soon as the window is there."_s);
     const QCommandLineOption crash(u"crash"_s, u"With --drive: be made to crash."_s);
-    arguments.addOptions({reportURL, pictures, crash, feedURL, updateAnswer, log, quit});
+    const QCommandLineOption panels(u"panels"_s, u"Show the panels of the Help menu."_s);
+    arguments.addOptions({reportURL, pictures, crash, feedURL, updateAnswer, log, quit, panels});
     arguments.addHelpOption();
     arguments.process(application);
 
@@ -67,7 +73,7 @@ int main(int argc, char **argv)
         keepLogFile();
 
     std::unique_ptr<AutoPilot> autoPilot;
-    if (arguments.isSet(pictures))
+    if (arguments.isSet(pictures) && !arguments.isSet(panels))
         autoPilot = std::make_unique<AutoPilot>(arguments.value(pictures),
                                                 arguments.isSet(crash) ? AutoPilot::Plan::ClickBeyondTheEdge
                                                                        : AutoPilot::Plan::Close);
@@ -76,6 +82,8 @@ int main(int argc, char **argv)
     MBWCrashReportController::checkForCrash();
 
     MapWindow window;
+    auto *const helpMenu = new HelpMenu(&window);
+    window.menuBar()->addMenu(helpMenu);
     window.show();
 
     std::shared_ptr<MBWSWUpdateChecker> updateChecker;
@@ -89,5 +97,11 @@ int main(int argc, char **argv)
 
     if (arguments.isSet(quit))
         QTimer::singleShot(0, &window, &QWidget::close);
+
+    std::unique_ptr<PanelPilot> panelPilot;
+    if (arguments.isSet(panels) && arguments.isSet(pictures))
+        panelPilot = std::make_unique<PanelPilot>(arguments.value(pictures), &window, helpMenu);
+    else if (arguments.isSet(panels))
+        helpMenu->askUser();
     return QApplication::exec();
 }

@@ -32,7 +32,7 @@ public:
     /*! Shows the window in front of the application's others and gives it the focus, unless its attribute
         Qt::WA_ShowWithoutActivating is set. The sender is not used.
     */
-    void showWindow(QObject *sender = nullptr);
+    virtual void showWindow(QObject *sender = nullptr);
 
 protected:
     /*! Makes the window from its resource. */

@@ -10,7 +10,6 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QStyleFactory>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -48,8 +47,7 @@ TEST_F(CrashReportLooks, NothingIsCutOffInTheLightPalette)
 
 TEST_F(CrashReportLooks, EveryTextIsReadableInADarkPalette)
 {
-    QApplication::setStyle(QStyleFactory::create(u"Fusion"_s));
-    QApplication::setPalette(darkPalette());
+    useDarkPalette();
     show();
     expectThatEveryTextIsReadable(controller.window());
     keepPicture(controller.window(), u"crash-report-dark"_s);

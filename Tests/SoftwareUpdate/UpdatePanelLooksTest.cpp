@@ -3,7 +3,6 @@
 #include "Tests/Support/WindowLooks.h"
 
 #include <QProgressBar>
-#include <QStyleFactory>
 
 using namespace Qt::StringLiterals;
 using namespace Marblewick;
@@ -15,8 +14,7 @@ class UpdatePanelLooks : public UpdatePanelTest
 protected:
     static void darken()
     {
-        QApplication::setStyle(QStyleFactory::create(u"Fusion"_s));
-        QApplication::setPalette(darkPalette());
+        useDarkPalette();
     }
     void show(const std::optional<QUrl> &notes)
     {

@@ -2,19 +2,36 @@
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QStyleFactory>
 
 #include <cmath>
 
 using namespace Qt::StringLiterals;
 
-namespace {
+QString WordyTranslator::translate(const char *context, const char *sourceText, const char *, int) const
+{
+    if (qstrcmp(context, m_context) != 0)
+        return {};
+    const QString text = QString::fromUtf8(sourceText);
+    const QString more = text.left(text.size() / 2).remove(u'&').remove(u"%1"_s).remove(u"%@"_s);
+    return u"Übersetzt: "_s + text + u' ' + more;
+}
 
-/*! The contrast ratio of WCAG 2.1: from 1, the same, to 21, black on white. */
+void useDarkPalette()
+{
+    QPalette palette(QColor(53, 53, 53));
+    palette.setColor(QPalette::Base, QColor(35, 35, 35));
+    palette.setColor(QPalette::Highlight, QColor(42, 130, 218));
+    QApplication::setStyle(QStyleFactory::create(u"Fusion"_s));
+    QApplication::setPalette(palette);
+}
+
 double contrast(const QColor &a, const QColor &b)
 {
     const auto luminance = [](const QColor &color) {
@@ -27,24 +44,6 @@ double contrast(const QColor &a, const QColor &b)
     const double brighter = std::max(luminance(a), luminance(b));
     const double darker = std::min(luminance(a), luminance(b));
     return (brighter + 0.05) / (darker + 0.05);
-}
-
-} // namespace
-
-QString WordyTranslator::translate(const char *context, const char *sourceText, const char *, int) const
-{
-    if (qstrcmp(context, m_context) != 0)
-        return {};
-    const QString text = QString::fromUtf8(sourceText);
-    return u"Übersetzt: "_s + text + u' ' + text.left(text.size() / 2).remove(u'&').remove(u"%1"_s);
-}
-
-QPalette darkPalette()
-{
-    QPalette palette(QColor(53, 53, 53));
-    palette.setColor(QPalette::Base, QColor(35, 35, 35));
-    palette.setColor(QPalette::Highlight, QColor(42, 130, 218));
-    return palette;
 }
 
 void expectThatEveryTextIsReadable(const QWidget *window)

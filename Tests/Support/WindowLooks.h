@@ -1,10 +1,12 @@
 #pragma once
 
-#include <QPalette>
+#include <QColor>
 #include <QTranslator>
 #include <QWidget>
 
-/*! Makes every text of one context half as long again and recognisable, as a wordy language does. */
+/*! Makes every text of one context half as long again and recognisable ("Übersetzt: …"), as a wordy language
+    does.
+*/
 class WordyTranslator : public QTranslator
 {
 public:
@@ -19,7 +21,11 @@ private:
     const char *const m_context;
 };
 
-QPalette darkPalette();
+/*! A style whose palette can be changed, with dark colours. */
+void useDarkPalette();
+
+/*! The contrast ratio of WCAG 2.1: from 1, the same, to 21, black on white. */
+double contrast(const QColor &a, const QColor &b);
 
 /*! Fails where the text of a widget has too little contrast to be read easily (below 4.5, by WCAG 2.1). */
 void expectThatEveryTextIsReadable(const QWidget *window);
