@@ -193,7 +193,7 @@ void MBWFeedbackPanelController::getSupport(QObject *)
 
 bool MBWFeedbackPanelController::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == m_visualEffectView && event->type() == QEvent::Resize)
+    if (event->type() == QEvent::Resize && watched == m_visualEffectView)
         roundCorners();
     if (watched == m_panel && event->type() == QEvent::LanguageChange) {
         m_ui->retranslateUi(m_panel);
