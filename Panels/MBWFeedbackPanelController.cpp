@@ -112,6 +112,14 @@ void MBWFeedbackPanelController::updateInfoText()
     const QString format = NSBundle::mainBundle()->localizedStringForKey(
         u"If you like %@, please consider rating the app or leaving a review on the Mac\u00A0App\u00A0Store, thanks!"_s);
     m_infoText->setText(NSString::stringWithFormat(format, {m_applicatioName}));
+    if (m_panel->isVisible())
+        fitToTexts();
+}
+
+void MBWFeedbackPanelController::fitToTexts()
+{
+    if (!m_visualEffectView)
+        return;
     m_visualEffectView->layout()->activate(); // The panel learns of the new size of its contents.
     m_panel->adjustSize();
 }
@@ -130,6 +138,7 @@ void MBWFeedbackPanelController::showWindow(QObject *sender)
     if (!m_panel->isVisible()) {
         m_fade.stop();
         m_panel->setAlphaValue(0);
+        fitToTexts();
         placeOverActiveWindow();
     }
     NSWindowController::showWindow(sender);
@@ -184,7 +193,7 @@ void MBWFeedbackPanelController::getSupport(QObject *)
 
 bool MBWFeedbackPanelController::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == m_visualEffectView && event->type() == QEvent::Resize)
+    if (event->type() == QEvent::Resize && watched == m_visualEffectView)
         roundCorners();
     if (watched == m_panel && event->type() == QEvent::LanguageChange) {
         m_ui->retranslateUi(m_panel);

@@ -115,6 +115,7 @@ private:
 
     void connectButton(QPushButton *button, Action action);
     void roundCorners();
+    void fitToTexts();
     void placeOverActiveWindow();
 
     std::unique_ptr<Ui::FeedbackPanel> m_ui;

@@ -64,7 +64,7 @@ void PanelPilot::openNext()
 void PanelPilot::use(QWidget *panel)
 {
     m_looks = 0;
-    const QString item = m_menu->actions().at(m_item)->text().remove(u'&').remove(u'…');
+    const QString item = m_menu->actions().at(m_item)->text().remove(u'&').remove(u'…').trimmed();
     if (m_button == 0)
         savePicture(panel, u"panel-%1-%2"_s.arg(m_item).arg(m_isDark ? u"dark"_s : u"light"_s));
     const auto buttons = panel->findChildren<QPushButton *>();
