@@ -2,8 +2,8 @@
 
 #include "CrashScene.h"
 #include "LogScene.h"
-#include "UpdateScene.h"
 #include "PanelsScene.h"
+#include "UpdateScene.h"
 #include "UtilitiesScene.h"
 
 #include <CLI/CLI.hpp>

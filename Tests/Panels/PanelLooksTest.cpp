@@ -1,6 +1,6 @@
-#include "Tests/Support/WindowLooks.h"
 #include "Tests/Support/TemporaryHome.h"
 #include "Tests/Support/When.h"
+#include "Tests/Support/WindowLooks.h"
 
 #include <Marblewick/MBWFeedbackPanel.h>
 #include <Marblewick/MBWFeedbackPanelController.h>

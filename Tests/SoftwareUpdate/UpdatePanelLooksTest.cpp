@@ -12,10 +12,7 @@ namespace {
 class UpdatePanelLooks : public UpdatePanelTest
 {
 protected:
-    static void darken()
-    {
-        useDarkPalette();
-    }
+    static void darken() { useDarkPalette(); }
     void show(const std::optional<QUrl> &notes)
     {
         info->setUpdateInfoURL(notes);
