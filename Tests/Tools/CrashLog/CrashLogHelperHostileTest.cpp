@@ -105,6 +105,8 @@ TEST(CrashLogHelperRefused, ShowsWhereTheCrashWasWhereNothingOfTheProcessMayBeSe
 
 TEST(CrashLogHelperHostile, AsksNoServerForDebuggingInformationEvenWhereTheEnvironmentNamesOne)
 {
+    const QTemporaryDir answers; // What a server does not have is not asked for again.
+    qputenv("DEBUGINFOD_CACHE_PATH", answers.path().toUtf8());
     const RawServer server([](RawServer::Connection &) {});
     qputenv("DEBUGINFOD_URLS", server.url().toString().toUtf8());
     const CrashedProgram crashed(u"write"_s, {}, CrashedProgram::pathOf(u"StrippedCrasher"_s));
