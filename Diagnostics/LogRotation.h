@@ -15,4 +15,4 @@ struct LogRecord
     date the one that comes first in `records` goes first. None of up to 9 logs; of 10 and more, all but the 9
     newest, so that with this launch's there are 10.
 */
-MARBLEWICK_CORE_EXPORT QStringList logsToRemove(std::vector<LogRecord> records);
+QStringList logsToRemove(std::vector<LogRecord> records);
