@@ -3,6 +3,8 @@
 /*! One function for each group of figures; each prints its rows. */
 void benchmarkCheck();
 void benchmarkChecksum();
+void benchmarkCrashLog();
+void benchmarkCrashLogInstall();
 void benchmarkEncryption();
 void benchmarkHexadecimal();
 void benchmarkLaunch();

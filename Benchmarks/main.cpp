@@ -11,6 +11,8 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationName(QStringLiteral("BenchmarkHost"));
     benchmarkCheck();
     benchmarkLaunch();
+    benchmarkCrashLog();
+    benchmarkCrashLogInstall();
     benchmarkUpload();
     benchmarkLog();
     benchmarkHexadecimal();

@@ -1,5 +1,7 @@
 #include "CrashReporter/MBWCrashReporter.h"
 
+#include "CrashReporter/CrashLogFile.h"
+#include "CrashReporter/CrashLogFolder.h"
 #include "Platform/Foundation/NSFileManager.h"
 #include "Platform/Foundation/NSPathUtilities.h"
 #include "Platform/Foundation/NSString.h"
@@ -31,6 +33,13 @@ constexpr QStringView headFormat =
     u"\n\n********************************************************************************\n"
     u"%@\n"
     u"********************************************************************************\n\n";
+
+/*! No file has a slash in its name; a log has another character in its place. */
+QByteArray fileNamePrefix(const QString &applicationName)
+{
+    return NSFileManager::fileSystemRepresentationWithPath(applicationName + u'_')
+        .replace('/', crashLogSlash);
+}
 
 /*! The most recently modified log of one application name so far. */
 struct NewestLog
@@ -108,19 +117,15 @@ std::optional<QString> MBWCrashReporter::checkForCrashLog() const
 
 QStringList MBWCrashReporter::getLatestCrashLogs() const
 {
-    const QString library = NSSearchPathForDirectoriesInDomains(NSSearchPathDirectory::LibraryDirectory,
-                                                                NSSearchPathDomainMask::UserDomain, true)
-                                .last();
-    const QString logs = stringByAppendingPathComponent(library, u"Logs"_s);
-    return getLatestCrashLogsFromPath(stringByAppendingPathComponent(logs, u"CrashReporter"_s))
-           + getLatestCrashLogsFromPath(stringByAppendingPathComponent(logs, u"DiagnosticReports"_s));
+    return getLatestCrashLogsFromPath(crashReporterFolder())
+           + getLatestCrashLogsFromPath(diagnosticReportsFolder());
 }
 
 QStringList MBWCrashReporter::getLatestCrashLogsFromPath(const QString &path) const
 {
     std::vector<NewestLog> newestLogs;
     for (const QString &name : applicationNames())
-        newestLogs.push_back({NSFileManager::fileSystemRepresentationWithPath(name + u'_'), {}, {}});
+        newestLogs.push_back({fileNamePrefix(name), {}, {}});
 
     NSFileManager::defaultManager()->enumerateContentsOfDirectoryAtPath(path, [&](QByteArrayView entry) {
         for (NewestLog &newest : newestLogs) {

@@ -4,10 +4,12 @@
 #include "ReportServer.h"
 #include "Say.h"
 
+#include <Marblewick/CrashReportText.h>
 #include <Marblewick/MBWCrashReporter.h>
 #include <Marblewick/NSUserDefaults.h>
 
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
 
 using namespace Qt::StringLiterals;
@@ -15,7 +17,7 @@ using namespace Marblewick;
 
 namespace {
 
-/*! How far the stored date is moved back before the crash, in seconds. It is stored in steps of 64 seconds,
+/*! How far the stored date is moved back after the crash, in seconds. It is stored in steps of 64 seconds,
    so a crash within the same minute could count as reported already.
 */
 constexpr float movedBack = 5 * 60;
@@ -27,16 +29,52 @@ QString dateText(float secondsSinceReferenceDate)
         .toString(Qt::ISODate);
 }
 
-bool writeCrashLog(const QString &path, const QByteArray &contents)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size();
-}
-
 QByteArray madeUpCrashLog()
 {
     QFile file(u":/Cartographer.ips"_s);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/*! A crash log as another program would have left it an hour ago. */
+bool writeOldCrashLog(const QString &path)
+{
+    const QByteArray contents = madeUpCrashLog();
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size() && file.flush()
+           && file.setFileTime(QDateTime::currentDateTime().addSecs(-3600),
+                               QFileDevice::FileModificationTime);
+}
+
+/*! Path of the one log that the host has written; empty where there is none. */
+QString ownCrashLog(const Host &host)
+{
+    const QStringList logs = QDir(host.crashLogFolder()).entryList({u"Cartographer_2*.ips"_s}, QDir::Files);
+    return logs.size() == 1 ? host.crashLogFolder() + u'/' + logs.first() : QString();
+}
+
+/*! Prints what a report says of the crash itself: from its exception to the first frames of its thread. */
+bool printCrash(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QString text = textOfCrashReport(file.readAll()).value_or(QString());
+    constexpr qsizetype shownFrames = 6;
+    const qsizetype exception = text.indexOf("Exception Type:"_L1);
+    const qsizetype frames = text.indexOf("Thread 0 Crashed:"_L1);
+    if (exception < 0 || frames < 0)
+        return false;
+    say(u"  | "_s + text.mid(exception, text.indexOf(u'\n', exception) - exception));
+    for (const QString &line : text.sliced(frames).split(u'\n').first(shownFrames + 1))
+        say(u"  | "_s + line);
+    return true;
+}
+
+/*! Whether a report names the function and the line at fault. */
+bool namesTheFault(const QByteArray &report)
+{
+    return report.contains("Map::setMark")
+           && report.contains(R"("sourceFile":"MapWindow.cpp","sourceLine":)");
 }
 
 /*! Prints a text, shortened in the middle where it is long. */
@@ -79,7 +117,7 @@ bool playCrashScene()
     say(u"\n1. The first launch, with an old crash log already there."_s);
     if (!Host::hasDisplay())
         say(u"   (No display: the host's windows are used by a program.)"_s);
-    if (!writeCrashLog(host.crashLogFolder() + u"/Cartographer_old.ips"_s, madeUpCrashLog())
+    if (!writeOldCrashLog(host.crashLogFolder() + u"/Cartographer_old.ips"_s)
         || !host.launch({u"--report-url"_s, server.url()}))
         return false;
     if (!defaults.contains(MBWCrashReporterLastCrashReportDateKey) || !server.takeRequests().empty()) {
@@ -90,16 +128,25 @@ bool playCrashScene()
     say(u"  Nothing was shown or sent. The date is stored: %1 (%2)"_s.arg(dateText(date))
             .arg(static_cast<double>(date), 0, 'f', 0));
 
-    say(u"\n2. Some minutes pass: the stored date moves back, and the host crashes."_s);
+    say(u"\n2. The next launch, and a crash."_s);
+    if (Host::hasDisplay())
+        say(u"   Click beyond the edge of the map."_s);
+    if (!host.crash({u"--report-url"_s, server.url()})) {
+        say(u"  Unexpected: the host did not crash."_s);
+        return false;
+    }
+    const QString log = ownCrashLog(host);
+    say(u"  It died, and left "_s + log);
+    if (!printCrash(log)) {
+        say(u"  Unexpected: there is no report of the crash."_s);
+        return false;
+    }
+    say(u"  Some minutes pass: the stored date moves back."_s);
     date -= movedBack;
     defaults.setFloat(date, MBWCrashReporterLastCrashReportDateKey);
-    say(u"  The stored date is now "_s
-        + dateText(defaults.floatForKey(MBWCrashReporterLastCrashReportDateKey)));
-    if (!writeCrashLog(host.crashLogFolder() + u"/Cartographer_new.ips"_s, madeUpCrashLog()))
-        return false;
-    say(u"  A new crash log is in "_s + host.crashLogFolder());
+    say(u"  It is now "_s + dateText(defaults.floatForKey(MBWCrashReporterLastCrashReportDateKey)));
 
-    say(u"\n3. The second launch."_s);
+    say(u"\n3. The launch after that."_s);
     if (!host.launch({u"--report-url"_s, server.url()}))
         return false;
     const std::vector<ReportServer::Request> requests = server.takeRequests();
@@ -109,7 +156,13 @@ bool playCrashScene()
         return Host::hasDisplay();
     }
     say(u"\n4. What the maker's server received:\n"_s);
-    for (const ReportServer::Request &request : requests)
+    bool isNamed = false;
+    for (const ReportServer::Request &request : requests) {
         print(request);
-    return true;
+        for (const auto &[name, contents] : request.formFields)
+            isNamed = isNamed || namesTheFault(contents);
+    }
+    say(isNamed ? u"\nThe report names the function and the line that were at fault."_s
+                : u"\nUnexpected: the report does not name the fault."_s);
+    return isNamed;
 }

@@ -29,7 +29,14 @@ QString Host::defaultsFile() const { return m_home + u"/config/Cartographer/defa
 
 QString Host::logFolder() const { return m_home + u"/data/Cartographer/Logs"_s; }
 
-bool Host::launch(QStringList arguments) const
+bool Host::launch(const QStringList &arguments) const { return run(arguments) == End::Quit; }
+
+bool Host::crash(const QStringList &arguments) const
+{
+    return run(arguments + QStringList{u"--crash"_s}) == End::Crash;
+}
+
+std::optional<Host::End> Host::run(QStringList arguments) const
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"XDG_STATE_HOME"_s, m_home + u"/state"_s);
@@ -49,8 +56,11 @@ bool Host::launch(QStringList arguments) const
     host.setProcessEnvironment(environment);
     host.setProcessChannelMode(QProcess::ForwardedChannels);
     host.start(QCoreApplication::applicationDirPath() + u"/cartographer"_s, arguments);
-    const bool hasEnded = host.waitForFinished(hasDisplay() ? -1 : 60'000);
-    if (!hasEnded)
+    if (!host.waitForFinished(hasDisplay() ? -1 : 60'000)) {
         say(u"The host could not be run: "_s + host.errorString());
-    return hasEnded && host.exitStatus() == QProcess::NormalExit && host.exitCode() == 0;
+        return std::nullopt;
+    }
+    if (host.exitStatus() == QProcess::CrashExit)
+        return End::Crash;
+    return host.exitCode() == 0 ? std::optional(End::Quit) : std::nullopt;
 }

@@ -3,6 +3,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 /*! The example host, as a program with a home folder of its own. */
 class Host
 {
@@ -20,8 +22,15 @@ public:
     static bool hasDisplay();
 
     /*! Launches the host with arguments and waits until it has quit; false where it could not or failed. */
-    bool launch(QStringList arguments) const;
+    bool launch(const QStringList &arguments) const;
+    /*! Launches the host and waits until it has crashed, by the user's hand where there is a display; false
+        where it could not be launched or did not crash.
+    */
+    bool crash(const QStringList &arguments) const;
 
 private:
+    enum class End { Quit, Crash };
+    std::optional<End> run(QStringList arguments) const;
+
     const QString m_home;
 };

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QLineEdit>
+#include <QMouseEvent>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTextStream>
@@ -14,8 +15,9 @@ void say(const QString &text) { QTextStream(stdout) << "  " << text << Qt::endl;
 
 } // namespace
 
-AutoPilot::AutoPilot(const QString &pictureFolder)
+AutoPilot::AutoPilot(const QString &pictureFolder, Plan plan)
     : m_pictureFolder(pictureFolder)
+    , m_plan(plan)
 {
     connect(&m_timer, &QTimer::timeout, this, &AutoPilot::lookForWindows);
     m_timer.start(200);
@@ -33,8 +35,7 @@ void AutoPilot::lookForWindows()
             return;
         }
         if (window->objectName() == u"MapWindow") {
-            savePicture(window, u"host"_s);
-            window->close();
+            useMap(window);
             return;
         }
     }
@@ -51,6 +52,20 @@ void AutoPilot::useCrashReport(QWidget *window)
     window->findChild<QPushButton *>(u"sendButton"_s)->click();
     savePicture(window, u"crash-report-sending"_s);
     say(u"Send Report was clicked."_s);
+}
+
+void AutoPilot::useMap(QWidget *window)
+{
+    savePicture(window, u"host"_s);
+    if (m_plan == Plan::ClickBeyondTheEdge) {
+        auto *const map = window->findChild<QWidget *>(u"Map"_s);
+        say(u"A click beyond the edge of the map."_s);
+        const QPointF corner = map->rect().bottomRight();
+        QMouseEvent click(QEvent::MouseButtonPress, corner, map->mapToGlobal(corner), Qt::LeftButton,
+                          Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(map, &click);
+    }
+    window->close();
 }
 
 void AutoPilot::savePicture(QWidget *window, const QString &name) const

@@ -14,15 +14,20 @@ class AutoPilot : public QObject
     Q_OBJECT
 
 public:
+    /*! What it does in the application's own window. */
+    enum class Plan { Close, ClickBeyondTheEdge };
+
     /*! Pictures go into this folder, named after their windows. */
-    explicit AutoPilot(const QString &pictureFolder);
+    AutoPilot(const QString &pictureFolder, Plan plan);
 
 private:
     void lookForWindows();
     void useCrashReport(QWidget *window);
+    void useMap(QWidget *window);
     void savePicture(QWidget *window, const QString &name) const;
 
     const QString m_pictureFolder;
+    const Plan m_plan;
     QTimer m_timer;
     int m_looksAtReport = 0;
     bool m_hasSentReport = false;

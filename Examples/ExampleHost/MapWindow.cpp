@@ -6,41 +6,76 @@
 #include <QPainter>
 #include <QStatusBar>
 
+#include <algorithm>
 #include <vector>
 
 namespace {
 
+/*! One sheet of the map, with the marks on it. */
+struct Sheet
+{
+    QRectF area;
+    std::vector<QPointF> marks;
+};
+
 class Map : public QWidget
 {
 public:
-    using QWidget::QWidget;
+    explicit Map(QWidget *parent)
+        : QWidget(parent)
+    {
+        setObjectName(QStringLiteral("Map"));
+        for (int column = 0; column < columns; ++column)
+            m_sheets.push_back({QRectF(column * sheetSize, 0, sheetSize, sheetSize), {}});
+        setMinimumSize(columns * sheetSize + edge, sheetSize + edge);
+    }
 
 protected:
     void paintEvent(QPaintEvent *) override
     {
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
-        painter.fillRect(rect(), palette().base());
+        for (const Sheet &sheet : m_sheets)
+            paint(painter, sheet);
+    }
+
+    void mousePressEvent(QMouseEvent *event) override { setMark(event->position()); }
+
+private:
+    void paint(QPainter &painter, const Sheet &sheet) const
+    {
+        painter.fillRect(sheet.area, palette().base());
         painter.setPen(palette().mid().color());
-        for (int x = gridSize; x < width(); x += gridSize)
-            painter.drawLine(x, 0, x, height());
-        for (int y = gridSize; y < height(); y += gridSize)
-            painter.drawLine(0, y, width(), y);
+        for (qreal x = sheet.area.left(); x <= sheet.area.right(); x += gridSize)
+            painter.drawLine(QPointF(x, sheet.area.top()), QPointF(x, sheet.area.bottom()));
+        for (qreal y = sheet.area.top(); y <= sheet.area.bottom(); y += gridSize)
+            painter.drawLine(QPointF(sheet.area.left(), y), QPointF(sheet.area.right(), y));
         painter.setPen(Qt::NoPen);
         painter.setBrush(palette().highlight());
-        for (const QPointF &mark : m_marks)
+        for (const QPointF &mark : sheet.marks)
             painter.drawEllipse(mark, 6, 6);
     }
 
-    void mousePressEvent(QMouseEvent *event) override
+    /*! Null beyond the edge of the map. */
+    Sheet *sheetAt(const QPointF &position)
     {
-        m_marks.push_back(event->position());
+        const auto sheet = std::ranges::find_if(
+            m_sheets, [&](const Sheet &candidate) { return candidate.area.contains(position); });
+        return sheet == m_sheets.end() ? nullptr : &*sheet;
+    }
+
+    void setMark(const QPointF &position)
+    {
+        // The fault that the demo is about: nobody thought of a click beyond the edge.
+        sheetAt(position)->marks.push_back(position);
         update();
     }
 
-private:
+    static constexpr int columns = 2;
+    static constexpr int sheetSize = 320;
     static constexpr int gridSize = 40;
-    std::vector<QPointF> m_marks;
+    static constexpr int edge = 24;
+    std::vector<Sheet> m_sheets;
 };
 
 } // namespace
@@ -53,5 +88,4 @@ MapWindow::MapWindow()
     QMenu *const fileMenu = menuBar()->addMenu(tr("&File"));
     fileMenu->addAction(tr("&Quit"), QKeySequence::Quit, this, &QWidget::close);
     statusBar()->showMessage(tr("Click to set a mark."));
-    resize(640, 420);
 }

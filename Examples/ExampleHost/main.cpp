@@ -4,6 +4,7 @@
 #include "AutoPilot.h"
 #include "MapWindow.h"
 
+#include <Marblewick/MBWCrashLogWriter.h>
 #include <Marblewick/MBWCrashReportController.h>
 #include <Marblewick/MBWLogManager.h>
 #include <Marblewick/NSLog.h>
@@ -31,6 +32,8 @@ void keepLogFile()
 
 int main(int argc, char **argv)
 {
+    MBWCrashLogWriter::install();
+
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"Cartographer"_s);
     QApplication::setApplicationVersion(u"1.4"_s);
@@ -46,7 +49,8 @@ int main(int argc, char **argv)
         u"drive"_s, u"Be used by a program, which saves a picture of each window."_s, u"folder"_s);
     const QCommandLineOption log(u"log"_s, u"Keep a log file of each launch."_s);
     const QCommandLineOption quit(u"quit"_s, u"Quit as soon as the window is there."_s);
-    arguments.addOptions({reportURL, pictures, log, quit});
+    const QCommandLineOption crash(u"crash"_s, u"With --drive: be made to crash."_s);
+    arguments.addOptions({reportURL, pictures, log, quit, crash});
     arguments.addHelpOption();
     arguments.process(application);
 
@@ -55,7 +59,9 @@ int main(int argc, char **argv)
 
     std::unique_ptr<AutoPilot> autoPilot;
     if (arguments.isSet(pictures))
-        autoPilot = std::make_unique<AutoPilot>(arguments.value(pictures));
+        autoPilot = std::make_unique<AutoPilot>(arguments.value(pictures),
+                                                arguments.isSet(crash) ? AutoPilot::Plan::ClickBeyondTheEdge
+                                                                       : AutoPilot::Plan::Close);
 
     MBWCrashReportController::setCrashReportURL(arguments.value(reportURL));
     MBWCrashReportController::checkForCrash();

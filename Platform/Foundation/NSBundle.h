@@ -14,6 +14,7 @@ inline constexpr QLatin1StringView kCFBundleNameKey("CFBundleName");
 inline constexpr QLatin1StringView kCFBundleExecutableKey("CFBundleExecutable");
 inline constexpr QLatin1StringView kCFBundleIdentifierKey("CFBundleIdentifier");
 inline constexpr QLatin1StringView kCFBundleShortVersionStringKey("CFBundleShortVersionString");
+inline constexpr QLatin1StringView kCFBundleVersionKey("CFBundleVersion");
 
 /*! The host application as a bundle: its information properties, its resources and its texts.
 

@@ -8,8 +8,6 @@ using namespace Qt::StringLiterals;
 
 namespace Marblewick {
 
-namespace {
-
 QByteArray pluginFolder()
 {
     Dl_info library{};
@@ -18,8 +16,6 @@ QByteArray pluginFolder()
     const QByteArray path(library.dli_fname);
     return path.left(path.lastIndexOf('/') + 1) + "marblewick/";
 }
-
-} // namespace
 
 QFunctionPointer resolveInPlugin(const char *plugin, const char *function, QString *reason)
 {

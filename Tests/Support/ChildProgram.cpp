@@ -50,14 +50,15 @@ void ChildProgram::write(const QByteArray &text)
     ::send(m_input, text.constData(), static_cast<size_t>(text.size()), MSG_NOSIGNAL);
 }
 
+void ChildProgram::endInput() { ::shutdown(m_input, SHUT_WR); }
+
 QByteArray ChildProgram::output() const { return readFile(m_output.fileName()); }
 
 int ChildProgram::exitStatus()
 {
-    int status = 0;
-    if (m_pid > 0 && ::waitpid(m_pid, &status, 0) == m_pid) {
+    if (m_pid > 0 && ::waitpid(m_pid, &m_waitStatus, 0) == m_pid) {
         m_pid = -1;
-        m_exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        m_exitStatus = WIFEXITED(m_waitStatus) ? WEXITSTATUS(m_waitStatus) : -1;
     }
     return m_exitStatus;
 }

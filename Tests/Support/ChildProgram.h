@@ -22,14 +22,19 @@ public:
 
     /*! Sends text to its standard input; does nothing where it has ended. */
     void write(const QByteArray &text);
+    /*! Ends its standard input. */
+    void endInput();
     /*! What it wrote to standard output so far. */
     QByteArray output() const;
     /*! Waits for its end and returns its exit status, or -1 where a signal ended it. */
     int exitStatus();
+    /*! How it ended, as waitpid() tells it; for a program whose exitStatus() was asked for. */
+    int waitStatus() const { return m_waitStatus; }
 
 private:
     QTemporaryFile m_output;
     int m_input = -1;
     pid_t m_pid = -1; // -1 once it has ended
+    int m_waitStatus = 0;
     int m_exitStatus = -1;
 };

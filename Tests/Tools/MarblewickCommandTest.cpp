@@ -1,15 +1,13 @@
 #include <Marblewick/GetMACAddress.h>
 
 #include "Tests/Support/TemporaryHome.h"
+#include "Tests/Tools/MarblewickCommand.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
 #include <QCryptographicHash>
-#include <QDir>
-#include <QProcess>
-#include <QProcessEnvironment>
 
 using namespace Qt::StringLiterals;
 using testing::EndsWith;
@@ -17,48 +15,6 @@ using testing::HasSubstr;
 using testing::StartsWith;
 
 namespace {
-
-struct Result
-{
-    int status;
-    std::string output;
-    std::string errors; ///< standard error
-};
-
-/*! The command as it is used: by scripts, in a folder of the user's. */
-class MarblewickCommand : public testing::Test
-{
-protected:
-    QString filePath(const QString &name) const { return m_folder.filePath(name); }
-
-    Result run(const QString &script)
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"PATH"_s,
-                           QCoreApplication::applicationDirPath() + u':' + qEnvironmentVariable("PATH"));
-        environment.insert(u"LC_ALL"_s, u"C"_s);
-        QProcess shell;
-        shell.setProcessEnvironment(environment);
-        shell.setWorkingDirectory(m_folder.path());
-        shell.start(u"bash"_s, {u"-o"_s, u"pipefail"_s, u"-c"_s, script});
-        EXPECT_TRUE(shell.waitForFinished()) << qPrintable(shell.errorString());
-        EXPECT_EQ(shell.exitStatus(), QProcess::NormalExit);
-        return {shell.exitCode(), shell.readAllStandardOutput().toStdString(),
-                shell.readAllStandardError().toStdString()};
-    }
-
-    /*! The output of a script that must be a success, without errors. */
-    std::string output(const QString &script)
-    {
-        const Result result = run(script);
-        EXPECT_EQ(result.status, 0);
-        EXPECT_EQ(result.errors, "");
-        return result.output;
-    }
-
-private:
-    const QTemporaryDir m_folder;
-};
 
 std::string hexSHA1(const QByteArray &bytes)
 {

@@ -1,7 +1,8 @@
-// The command `marblewick`: what the utilities compute, for shells and scripts.
+// The command `marblewick`: what the utilities compute, and crash logs, for shells and scripts.
 
 #include "Tools/Marblewick/Commands.h"
 #include "Tools/Marblewick/Console.h"
+#include "Tools/Marblewick/CrashLogCommands.h"
 #include "Tools/Marblewick/Serve.h"
 
 #include <CLI/CLI.hpp>
@@ -67,7 +68,7 @@ void complainAboutUsage(const CLI::App &app, const CLI::ParseError &error)
 /*! Does what the command line asks for, and returns the exit status. */
 int run(int argc, char **argv)
 {
-    CLI::App app("Prints what Marblewick's utilities compute.", "marblewick");
+    CLI::App app("Prints what Marblewick's utilities compute, and crash logs.", "marblewick");
     app.set_version_flag("--version", "marblewick " MARBLEWICK_VERSION, "Print the version and exit");
     app.footer("The exit status is 0 where all could be done, 1 where something failed, and 2 for a wrong "
                "command line.");
@@ -98,6 +99,15 @@ int run(int argc, char **argv)
         ->allow_extra_args()
         ->expected(1, -1)
         ->required();
+    CLI::App *const crashLog = app.add_subcommand("crashlog", "Crash logs of applications");
+    crashLog->require_subcommand(1);
+    CLI::App *const text = crashLog->add_subcommand("text", "A crash report as its user sees it");
+    addFiles(text, "FILE", "Crash log; \"-\" is standard input", &files)->expected(1)->required();
+    CLI::App *const list = crashLog->add_subcommand("list", "The paths of the crash logs, the newest first");
+    std::vector<std::string> applicationNames;
+    addFiles(list, "NAME", "Names of the applications; without any, those of all", &applicationNames)
+        ->allow_extra_args()
+        ->expected(0, -1);
 
     CLI::App *const serveCommand = app.add_subcommand("serve",
                                                       "A server on 127.0.0.1 to develop a host against");
@@ -125,6 +135,10 @@ int run(int argc, char **argv)
         isDone = serve(serveOptions);
     } else if (mac->parsed()) {
         isDone = printMACAddress();
+    } else if (text->parsed()) {
+        isDone = printCrashLog(files.front());
+    } else if (list->parsed()) {
+        isDone = listCrashLogs(applicationNames);
     } else if (checksum->parsed()) {
         isDone = printDigests(files, checksumOfPath);
     } else if (sha1->parsed()) {
