@@ -71,11 +71,13 @@ struct Guest
 
 void openMapNoexcept() noexcept { openMap(); }
 
-void openMapNoexceptPastDestructor() noexcept
+[[gnu::noinline]] void openMapWithGuest()
 {
     const Guest guest;
     openMap();
 }
+
+void openMapNoexceptPastDestructor() noexcept { openMapWithGuest(); }
 
 void catchAndThrowOn()
 {
