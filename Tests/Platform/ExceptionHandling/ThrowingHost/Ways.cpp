@@ -22,16 +22,17 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+struct Storm
+{ };
+
 // The tests look for these functions at these lines.
 // clang-format off
 #line 101 "Ways.cpp"
 [[gnu::noipa]] void throwText(const char *text) { throw std::runtime_error(text); }
 [[gnu::noinline]] void readMap() { throwText("the map is upside down"); }
 [[gnu::noinline]] void openMap() { readMap(); }
+[[gnu::noipa]] void raiseStorm() { throw Storm(); }
 // clang-format on
-
-struct Storm
-{ };
 
 struct ThrowingText : std::exception
 {
@@ -113,8 +114,11 @@ void throwFromDestructorWhileUnwinding()
     {
         ~Thrower() noexcept(false) { throwText("in the destructor"); }
     };
-    const Thrower thrower;
-    throw Storm();
+    try {
+        const Thrower thrower;
+        throw Storm();
+    } catch (const Storm &) { // Now the stack is unwound.
+    }
 }
 
 void inThread(const std::function<void()> &function) { std::thread(function).join(); }
@@ -160,7 +164,7 @@ void inTwoThreads()
     std::barrier start(2);
     std::thread other([&] {
         start.arrive_and_wait();
-        throw Storm();
+        raiseStorm();
     });
     start.arrive_and_wait();
     openMap();
