@@ -131,7 +131,7 @@ bool playCrashScene()
     say(u"\n2. The next launch, and a crash."_s);
     if (Host::hasDisplay())
         say(u"   Click beyond the edge of the map."_s);
-    if (!host.crash({u"--report-url"_s, server.url()})) {
+    if (!host.crash({u"--report-url"_s, server.url(), u"--crash"_s})) {
         say(u"  Unexpected: the host did not crash."_s);
         return false;
     }

@@ -31,10 +31,7 @@ QString Host::logFolder() const { return m_home + u"/data/Cartographer/Logs"_s; 
 
 bool Host::launch(const QStringList &arguments) const { return run(arguments) == End::Quit; }
 
-bool Host::crash(const QStringList &arguments) const
-{
-    return run(arguments + QStringList{u"--crash"_s}) == End::Crash;
-}
+bool Host::crash(const QStringList &arguments) const { return run(arguments) == End::Crash; }
 
 std::optional<Host::End> Host::run(QStringList arguments) const
 {

@@ -23,8 +23,8 @@ public:
 
     /*! Launches the host with arguments and waits until it has quit; false where it could not or failed. */
     bool launch(const QStringList &arguments) const;
-    /*! Launches the host and waits until it has crashed, by the user's hand where there is a display; false
-        where it could not be launched or did not crash.
+    /*! Launches the host with arguments and waits until it has crashed; false where it could not be launched
+        or did not crash.
     */
     bool crash(const QStringList &arguments) const;
 

@@ -18,7 +18,7 @@ int main(int argc, char **argv)
     const CLI::App *const crash = commandLine.add_subcommand(
         "crash", "a first launch, a crash, and the report that reaches the maker");
     const CLI::App *const log = commandLine.add_subcommand(
-        "log", "eleven launches, each with a log file, of which ten are kept");
+        "log", "eleven launches, each with a log file, of which ten are kept, and the log of one that threw");
     const CLI::App *const utilities = commandLine.add_subcommand(
         "utilities", "digests, encryption, the machine's address, checksums and queries");
     CLI11_PARSE(commandLine, argc, argv);

@@ -9,4 +9,7 @@ class MapWindow : public QMainWindow
 
 public:
     MapWindow();
+
+    /*! Sets the marks that a file names: pairs of numbers, right and down. */
+    void openMap(const QString &path);
 };

@@ -6,6 +6,7 @@
 
 #include <Marblewick/MBWCrashLogWriter.h>
 #include <Marblewick/MBWCrashReportController.h>
+#include <Marblewick/MBWExceptionHandler.h>
 #include <Marblewick/MBWLogManager.h>
 #include <Marblewick/NSLog.h>
 
@@ -26,6 +27,15 @@ void keepLogFile()
     logs->redirectStandardErrorToFileAtPath(logs->applicationLogFile());
     Marblewick::NSLog(u"%@ %@ was launched",
                       {QApplication::applicationName(), QApplication::applicationVersion()});
+}
+
+/*! With its place, also where Qt or a destructor stood between that and the end. */
+void logUncaughtExceptions()
+{
+    MBWExceptionHandler::sharedHandler();
+    auto *const handler = Marblewick::NSExceptionHandler::defaultExceptionHandler();
+    handler->setRecordsThrows(true);
+    handler->setExceptionHandlingMask(Marblewick::NSLogUncaughtExceptionMask);
 }
 
 } // namespace
@@ -50,12 +60,15 @@ int main(int argc, char **argv)
     const QCommandLineOption log(u"log"_s, u"Keep a log file of each launch."_s);
     const QCommandLineOption quit(u"quit"_s, u"Quit as soon as the window is there."_s);
     const QCommandLineOption crash(u"crash"_s, u"With --drive: be made to crash."_s);
-    arguments.addOptions({reportURL, pictures, log, quit, crash});
+    const QCommandLineOption map(u"map"_s, u"Open a map."_s, u"file"_s);
+    arguments.addOptions({reportURL, pictures, log, quit, crash, map});
     arguments.addHelpOption();
     arguments.process(application);
 
-    if (arguments.isSet(log))
+    if (arguments.isSet(log)) {
         keepLogFile();
+        logUncaughtExceptions();
+    }
 
     std::unique_ptr<AutoPilot> autoPilot;
     if (arguments.isSet(pictures))
@@ -68,6 +81,8 @@ int main(int argc, char **argv)
 
     MapWindow window;
     window.show();
+    if (arguments.isSet(map))
+        QTimer::singleShot(0, &window, [&] { window.openMap(arguments.value(map)); });
     if (arguments.isSet(quit))
         QTimer::singleShot(0, &window, &QWidget::close);
     return QApplication::exec();
