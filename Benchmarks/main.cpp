@@ -15,6 +15,7 @@ int main(int argc, char **argv)
     benchmarkCrashLogInstall();
     benchmarkUpload();
     benchmarkLog();
+    benchmarkException();
     benchmarkHexadecimal();
     benchmarkEncryption();
     benchmarkChecksum();

@@ -65,8 +65,8 @@ public:
     /*! Whether the stack of each throw is kept, caught or not, so that it is known, too, where it was unwound
         before the exception ended the process: after `throw;`, in a QThread or a QThreadPool, and out of
        `noexcept` functions past destructors. At first false: then such exceptions come with the stack of
-       their end. A throw that is caught takes about 1 µs more for each dozen frames of its stack. It has no
-       effect in a process that loads Core as part of a plugin. Any thread.
+       their end. A throw takes 1.4 times (caught 30 frames further out) to 3 times (caught at once) as long.
+       It has no effect in a process that loads Core as part of a plugin. Any thread.
     */
     bool recordsThrows() const;
     void setRecordsThrows(bool recordsThrows);
