@@ -324,6 +324,5 @@ TEST_F(ExceptionHandler, AProcessThatCannotBeLookedIntoHasTheSymbolizersMessageF
         MBWExceptionHandler handler;
         return !handler.exceptionHandlerShouldLogException(nullptr, exceptionWithStackTrace(u"0x1000"_s), 1);
     }));
-    EXPECT_TRUE(standardError.text().startsWith(u"eu-addr2line: "_s))
-        << qPrintable(standardError.text());
+    EXPECT_TRUE(standardError.text().startsWith(u"eu-addr2line: "_s)) << qPrintable(standardError.text());
 }
