@@ -31,7 +31,7 @@ Atomic<Steps> &reportingSteps()
     return *steps;
 }
 
-constinit std::terminate_handler formerHandler = nullptr;
+constinit std::atomic<std::terminate_handler> formerHandler = nullptr;
 
 constinit std::atomic<bool> hasFirst = false;
 /*! How many threads take their steps. */
@@ -82,22 +82,22 @@ void take(Steps &steps, const Termination &termination) noexcept
     }
 }
 
+[[noreturn]] void waitForTheEnd()
+{
+    for (;;)
+        ::pause();
+}
+
 void takeSteps()
 {
     take(ending->recording, ending->termination);
     take(ending->reporting, ending->termination);
     --busyThreads;
     busyThreads.notify_all();
-    const bool isFirst = std::exchange(ending, nullptr)->isFirst;
-    while (!isFirst)
-        ::pause(); // for the first thread to end the process
+    if (!std::exchange(ending, nullptr)->isFirst)
+        waitForTheEnd(); // The first thread ends the process.
     while (const int count = busyThreads)
         busyThreads.wait(count);
-}
-
-bool isNeeded(std::terminate_handler handler)
-{
-    return handler && (handler != &__gnu_cxx::__verbose_terminate_handler || reportingSteps().load().empty());
 }
 
 [[noreturn]] void terminate()
@@ -109,14 +109,15 @@ bool isNeeded(std::terminate_handler handler)
             .termination = {std::current_exception(), StackTrace(__builtin_return_address(0))}};
         if (ending->isFirst)
             timer = startTimeLimit();
+        if (!ending->reporting.empty() && formerHandler == &__gnu_cxx::__verbose_terminate_handler)
+            formerHandler = nullptr; // It would print the exception once more, and unescaped.
     }
     if (ending) {
         takeSteps();
         if (timer)
             ::timer_delete(*timer);
     }
-    const std::terminate_handler former = std::exchange(formerHandler, nullptr);
-    if (isNeeded(former))
+    if (const std::terminate_handler former = formerHandler.exchange(nullptr))
         former();
     std::abort();
 }

@@ -64,7 +64,7 @@ StackTrace ThrowRecord::stackOfThrow(const std::exception_ptr &exception)
 {
     const void *object = nullptr; // It is all that the pointer has.
     static_assert(sizeof exception == sizeof object);
-    std::memcpy(&object, &exception, sizeof object);
+    std::memcpy(&object, static_cast<const void *>(&exception), sizeof object);
     Place &place = placeOf(object);
     if (place.isBusy.test_and_set(std::memory_order_acquire))
         return {};
