@@ -2,6 +2,7 @@
 
 #include "CrashReporter/FixedText.h"
 #include "CrashReporter/LocalTime.h"
+#include "CrashReporter/StandardStreams.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -79,8 +80,8 @@ bool CrashLogFile::create()
     m_folder = openFolder();
     if (m_folder < 0)
         return false;
-    m_descriptor = ::openat(m_folder, m_names.temporary, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                            S_IRUSR | S_IWUSR);
+    constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    m_descriptor = aboveStandardStreams(::openat(m_folder, m_names.temporary, flags, S_IRUSR | S_IWUSR));
     return m_descriptor >= 0 && ::fchmod(m_descriptor, S_IRUSR | S_IWUSR) == 0; // whatever the umask
 }
 

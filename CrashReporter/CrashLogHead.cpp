@@ -31,16 +31,20 @@ std::string_view incidentIdentifier(Line &line)
 }
 
 /*! What a person reads about the cause: its name, and where or by whom. */
-std::string_view subtype(const siginfo_t &signal, Line &line)
+std::string_view subtype(const CrashRecord &record, Line &line)
 {
+    const siginfo_t &signal = record.signal;
     FixedText text(line);
     text.append(causeOfSignal(signal));
-    if (signal.si_signo == SIGSYS && isFault(signal))
+    if (signal.si_code <= 0)
+        text.append(" by process ").append(signal.si_pid);
+    else if (signal.si_signo == SIGSYS && isFault(signal))
         text.append(" system call ").append(signal.si_syscall);
     else if (isFault(signal))
         text.append(" at 0x").append(reinterpret_cast<std::uintptr_t>(signal.si_addr), 16, 16);
-    else if (signal.si_code <= 0)
-        text.append(" by process ").append(signal.si_pid);
+    const std::string_view access = attemptedAccess(record);
+    if (signal.si_signo == SIGSEGV && isFault(signal) && !access.empty())
+        text.append(" (").append(access).append(")");
     return text.view();
 }
 
@@ -123,7 +127,7 @@ void writeExceptionMembers(JSONWriter &json, const CrashRecord &record)
     json.beginObject("exception");
     json.string("type", crashSignal(signal.si_signo).exceptionType);
     json.string("signal", crashSignal(signal.si_signo).name);
-    json.string("subtype", subtype(signal, line));
+    json.string("subtype", subtype(record, line));
     FixedText(line)
         .append("0x")
         .append(static_cast<std::uint64_t>(signal.si_code), 16, 16)

@@ -24,7 +24,7 @@ struct CrashRecord
     /*! CLOCK_REALTIME at the crash and when the writer was installed (taken as the launch). */
     timespec crashTime = {};
     timespec launchTime = {};
-    /*! Seconds east of UTC, as it was when last prepared: the helper itself may ask for the current one. */
+    /*! Seconds east of UTC when the record was prepared. The log is named by it. */
     std::int32_t secondsEastOfUTC = 0;
 
     siginfo_t signal = {};

@@ -19,6 +19,17 @@ std::uint64_t programCounter(const CrashRecord &record)
     return static_cast<std::uint64_t>(record.registers[REG_RIP]);
 }
 
+std::string_view attemptedAccess(const CrashRecord &record)
+{
+    constexpr greg_t pageFault = 14;
+    constexpr greg_t write = 2;
+    constexpr greg_t fetch = 16;
+    if (record.registers[REG_TRAPNO] != pageFault)
+        return {};
+    const greg_t error = record.registers[REG_ERR];
+    return (error & fetch) != 0 ? "execute" : (error & write) != 0 ? "write" : "read";
+}
+
 #elif defined(__aarch64__)
 
 constinit const std::string_view cpuType = "ARM-64";
@@ -36,6 +47,8 @@ static const greg_t *registersOf(const mcontext_t &context)
 }
 
 std::uint64_t programCounter(const CrashRecord &record) { return record.registers[32]; }
+
+std::string_view attemptedAccess(const CrashRecord &) { return {}; }
 
 #else
 #error "The registers of this processor have no names yet."

@@ -19,3 +19,8 @@ void copyRegisters(const ucontext_t &context, CrashRecord &record);
 
 /*! Where the crashed thread was. */
 std::uint64_t programCounter(const CrashRecord &record);
+
+/*! What the processor was about to do with the address of a page fault: "read", "write" or "execute". Empty
+    where it does not say.
+*/
+std::string_view attemptedAccess(const CrashRecord &record);

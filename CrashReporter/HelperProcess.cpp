@@ -1,5 +1,7 @@
 #include "CrashReporter/HelperProcess.h"
 
+#include "CrashReporter/StandardStreams.h"
+
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -117,11 +119,8 @@ public:
         int sockets[2] = {-1, -1};
         if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets) != 0)
             return;
-        // Where the host has closed its standard streams, the sockets have got their numbers.
-        for (std::size_t index = 0; index < 2; ++index) {
-            m_ends[index] = ::fcntl(sockets[index], F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-            ::close(sockets[index]);
-        }
+        m_ends[0] = aboveStandardStreams(sockets[0]);
+        m_ends[1] = aboveStandardStreams(sockets[1]);
     }
     ~Channel()
     {

@@ -2,6 +2,7 @@
 
 #include "CrashReporter/MBWCrashLogPreviewItem.h"
 #include "CrashReporter/MBWCrashReporter.h"
+#include "Platform/AppKit/HidingBeforeQuit.h"
 #include "Platform/AppKit/NSApplication.h"
 #include "Platform/Foundation/NSDate.h"
 #include "Platform/Foundation/NSLog.h"
@@ -35,26 +36,6 @@ void storeLastReportDate()
         static_cast<float>(NSDate::date().timeIntervalSinceReferenceDate),
         MBWCrashReporterLastCrashReportDateKey);
 }
-
-/*! Hides its parent, a window, when the application is about to quit, which closes all windows that are
-   shown: the user has not cancelled the report, so that it is for the next launch.
-*/
-class HidingBeforeQuit : public QObject
-{
-public:
-    explicit HidingBeforeQuit(QWidget *window)
-        : QObject(window)
-    {
-        qApp->installEventFilter(this);
-    }
-
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        if (watched == qApp && event->type() == QEvent::Quit)
-            static_cast<QWidget *>(parent())->hide();
-        return QObject::eventFilter(watched, event);
-    }
-};
 
 QUrl endpoint() { return NSURL::URLWithString(crashReportURL.value_or(QString())).value_or(QUrl()); }
 

@@ -7,6 +7,7 @@
 #include "Platform/Foundation/NSPathUtilities.h"
 #include "Utilities/NSData+MBWExtensions.h"
 
+#include <algorithm>
 #include <limits>
 
 using namespace Marblewick;
@@ -79,10 +80,25 @@ FileChecksums::FileChecksums(const NSFileManager *manager)
 QByteArray FileChecksums::checksumOfItemAtPath(const QString &path)
 {
     const auto attributes = m_manager->attributesOfResolvedItemAtPath(path);
-    return attributes ? computedItem(path, *attributes)->checksum : QByteArray();
+    if (!attributes)
+        return {};
+    const Item *const item = addItem(path, *attributes);
+    // No recursion: links lead from folder to folder as often as they like, the stack would end before.
+    while (!m_openFolders.empty()) {
+        if (!m_openFolders.back().names.isEmpty()) {
+            addNextEntry();
+            continue;
+        }
+        Item *const folder = m_openFolders.back().item;
+        QByteArray checksums;
+        appendChecksums(*folder, &checksums);
+        folder->checksum = MBWExtensions::SHA1Digest(checksums);
+        m_openFolders.pop_back();
+    }
+    return item->checksum;
 }
 
-FileChecksums::Item *FileChecksums::computedItem(const QString &path, const NSFileAttributes &attributes)
+FileChecksums::Item *FileChecksums::addItem(const QString &path, const NSFileAttributes &attributes)
 {
     const auto [found,
                 isNew] = m_items.try_emplace(Identity(attributes.systemNumber, attributes.systemFileNumber));
@@ -92,45 +108,50 @@ FileChecksums::Item *FileChecksums::computedItem(const QString &path, const NSFi
     if (attributes.type == NSFileType::Regular)
         item->checksum = checksumOfFile(path);
     else if (attributes.type == NSFileType::Directory)
-        item->checksum = NSWorkspace::sharedWorkspace()->isFilePackageAtPath(path)
-                             ? checksumOfPackage(path)
-                             : checksumOfFolder(path, item);
+        addFolder(path, item);
     return item;
 }
 
-QByteArray FileChecksums::checksumOfFolder(const QString &path, Item *folder)
+void FileChecksums::addFolder(const QString &path, Item *folder)
 {
-    // Listed to the end first: a folder kept open at each depth would use up the process's files.
+    if (NSWorkspace::sharedWorkspace()->isFilePackageAtPath(path)) {
+        folder->checksum = checksumOfPackage(path);
+        return;
+    }
+    // Listed to the end: a folder kept open at each depth would use up the process's files.
     QByteArrayList names;
     m_manager->enumerateContentsOfDirectoryAtPath(path, [&](QByteArrayView name) {
         if (!name.startsWith('.'))
             names.append(name.toByteArray());
     });
-    for (const QByteArray &name : names)
-        addEntry(
-            stringByAppendingPathComponent(path, NSFileManager::stringWithFileSystemRepresentation(name)),
-            folder);
-    QByteArray checksums;
-    const auto append = [&](const auto &self, const Item &listed) -> void {
-        for (const Entry &entry : listed.entries) {
-            checksums += entry.item->checksum;
-            if (entry.isDescendedInto)
-                self(self, *entry.item);
-        }
-    };
-    append(append, *folder);
-    return MBWExtensions::SHA1Digest(checksums);
+    std::ranges::reverse(names);
+    m_openFolders.push_back({stringByResolvingSymlinksInPath(path), folder, names});
 }
 
-void FileChecksums::addEntry(const QString &path, Item *folder)
+void FileChecksums::addNextEntry()
 {
+    OpenFolder &open = m_openFolders.back();
+    Item *const folder = open.item;
+    const QString path = stringByAppendingPathComponent(
+        open.path, NSFileManager::stringWithFileSystemRepresentation(open.names.takeLast()));
     auto attributes = m_manager->attributesOfItemAtPath(path);
     const bool isLink = attributes && attributes->type == NSFileType::SymbolicLink;
     if (isLink)
         attributes = m_manager->attributesOfResolvedItemAtPath(path);
     if (!attributes)
         return;
-    const Item *const item = computedItem(path, *attributes);
-    // A mount may show a folder inside itself: what is being computed is not descended into either.
-    folder->entries.push_back({item, !isLink && !item->checksum.isEmpty()});
+    const size_t depth = m_openFolders.size();
+    const Item *const item = addItem(path, *attributes);
+    // A mount may show a folder inside itself: what was open before is not descended into either.
+    const bool wasOpen = item->checksum.isEmpty() && m_openFolders.size() == depth;
+    folder->entries.push_back({item, !isLink && !wasOpen});
+}
+
+void FileChecksums::appendChecksums(const Item &folder, QByteArray *checksums)
+{
+    for (const Entry &entry : folder.entries) {
+        *checksums += entry.item->checksum;
+        if (entry.isDescendedInto)
+            appendChecksums(*entry.item, checksums);
+    }
 }

@@ -3,6 +3,7 @@
 #include "Platform/Foundation/NSFileManager.h"
 
 #include <QByteArray>
+#include <QByteArrayList>
 #include <QString>
 
 #include <map>
@@ -31,12 +32,22 @@ private:
         QByteArray checksum; ///< empty while it is being computed, too
         std::vector<Entry> entries; ///< of a folder
     };
+    /*! A folder that is being computed. */
+    struct OpenFolder
+    {
+        QString
+            path; ///< its own, without links: those that led here would add up beyond what the system follows
+        Item *item;
+        QByteArrayList names; ///< those still to come, the next one last
+    };
     using Identity = std::pair<quint64, quint64>;
 
-    Item *computedItem(const QString &path, const Marblewick::NSFileAttributes &attributes);
-    QByteArray checksumOfFolder(const QString &path, Item *folder);
-    void addEntry(const QString &path, Item *folder);
+    Item *addItem(const QString &path, const Marblewick::NSFileAttributes &attributes);
+    void addFolder(const QString &path, Item *folder);
+    void addNextEntry();
+    static void appendChecksums(const Item &folder, QByteArray *checksums);
 
     const Marblewick::NSFileManager *m_manager;
     std::map<Identity, Item> m_items;
+    std::vector<OpenFolder> m_openFolders; ///< each in the one before it, or linked to there
 };

@@ -4,9 +4,7 @@
 #include "Platform/CommonCrypto/CommonHMAC.h"
 
 #include <array>
-#include <bit>
 #include <cstdlib>
-#include <cstring>
 
 using namespace Marblewick;
 
@@ -16,41 +14,31 @@ namespace {
 
 unsigned char *bytes(QByteArray &data) { return reinterpret_cast<unsigned char *>(data.data()); }
 
-/*! Two characters as they lie in memory, so that one instruction stores both. */
-using CharacterPair = quint32;
-
-constexpr std::array<CharacterPair, 256> makeHexadecimalPairs()
+/*! The digit of a number below 16. Computed, not looked up, so that the compiler does many at once. */
+constexpr char16_t hexadecimalDigit(unsigned char number)
 {
-    constexpr char16_t digits[] = u"0123456789abcdef";
-    std::array<CharacterPair, 256> pairs{};
-    for (size_t byte = 0; byte < pairs.size(); ++byte)
-        pairs[byte] = std::bit_cast<CharacterPair>(std::array{digits[byte / 16], digits[byte % 16]});
-    return pairs;
+    return static_cast<char16_t>(number + (number < 10 ? u'0' : u'a' - 10));
 }
 
-constexpr unsigned char notADigit = 0xff;
-
-constexpr std::array<unsigned char, 256> makeDigitValues()
+constexpr std::array<int, 256> makeDigitValues()
 {
-    std::array<unsigned char, 256> values{};
-    values.fill(notADigit);
-    for (unsigned char i = 0; i < 10; ++i)
-        values['0' + i] = i;
-    for (unsigned char i = 0; i < 6; ++i)
-        values['a' + i] = values['A' + i] = static_cast<unsigned char>(10 + i);
+    std::array<int, 256> values{};
+    values.fill(-1); // and so is every number made with it negative
+    for (size_t i = 0; i < 10; ++i)
+        values['0' + i] = static_cast<int>(i);
+    for (size_t i = 0; i < 6; ++i)
+        values['a' + i] = values['A' + i] = static_cast<int>(10 + i);
     return values;
 }
 
-constexpr auto hexadecimalPairs = makeHexadecimalPairs();
 constexpr auto digitValues = makeDigitValues();
 
 /*! The low 8 bits of the number that a pair of characters begins with. */
 unsigned char byteOfPair(unsigned char first, unsigned char second)
 {
-    const unsigned char high = digitValues[first];
-    const unsigned char low = digitValues[second];
-    if (high != notADigit && low != notADigit) [[likely]]
-        return static_cast<unsigned char>(high << 4 | low);
+    const int number = digitValues[first] * 16 | digitValues[second];
+    if (number >= 0) [[likely]]
+        return static_cast<unsigned char>(number);
     const char text[] = {static_cast<char>(first), static_cast<char>(second), '\0'};
     return static_cast<unsigned char>(std::strtol(text, nullptr, 16));
 }
@@ -92,11 +80,12 @@ QByteArray SHA256HMACWithKey(const QByteArray &data, const QByteArray &key)
 QString hexadecimalString(const QByteArray &data)
 {
     QString text(2 * data.size(), Qt::Uninitialized);
-    QChar *end = text.data();
+    auto *pair = reinterpret_cast<char16_t *>(text.data());
     for (const char byte : data) {
-        std::memcpy(static_cast<void *>(end), &hexadecimalPairs[static_cast<unsigned char>(byte)],
-                    sizeof(CharacterPair));
-        end += 2;
+        const auto number = static_cast<unsigned char>(byte);
+        pair[0] = hexadecimalDigit(number >> 4);
+        pair[1] = hexadecimalDigit(number & 0x0f);
+        pair += 2;
     }
     return text;
 }

@@ -26,8 +26,9 @@ MARBLEWICK_CORE_EXPORT bool isDirectoryAtPath(const Marblewick::NSFileManager *m
 
     So a file in a folder below counts more than once: by itself, and in the checksum of each folder between.
     Items whose names begin with a dot are left out with all that is below them, unless `path` itself leads
-    there. A link counts as what it leads to, without what is below that counting by itself. Equal folders on
-    two file systems may differ in their order, and so in their checksums.
+    there. A link counts as what it leads to, however many follow one another, without what is below that
+    counting by itself. Equal folders on two file systems may differ in their order, and so in their
+    checksums.
 
     Nil where there is nothing, or only what has no checksum and adds nothing to that of a folder either: a
    file that cannot be read, a package in which something cannot be read, a FIFO, a socket, a device, and a

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <limits>
 #include <string>
 
@@ -32,6 +33,8 @@ std::optional<QString> percentEncoded(const QString &value)
 /*! As printf's "%.*f" without its locale. */
 QString fixedPoint(double value, qint32 precision)
 {
+    if (std::isnan(value))
+        return u"nan"_s; // The sign of one is an accident: 0 / 0 has it.
     constexpr qint32 maximumPrecision = 1'000'000; // A slip must not take gigabytes.
     const qint32 digits = precision < 0 ? 6 : std::min(precision, maximumPrecision);
     constexpr int sizeWithoutFraction = std::numeric_limits<float>::max_exponent10 + 1 + 2; // sign, point

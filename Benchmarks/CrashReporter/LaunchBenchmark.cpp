@@ -1,29 +1,11 @@
 #include "Benchmarks/Benchmarks.h"
 #include "Benchmarks/Comparison.h"
+#include "Benchmarks/Hosts/Launch.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QTemporaryDir>
 
-#include <cstdio>
-#include <cstdlib>
-
 using namespace Qt::StringLiterals;
-
-namespace {
-
-/*! Launches a host, waits for its end and returns what it printed: its private memory in KiB. */
-double launch(const char *host)
-{
-    const QByteArray command = (QCoreApplication::applicationDirPath() + u'/').toUtf8() + host;
-    FILE *const output = ::popen(command.constData(), "re");
-    double privateMemory = 0;
-    if (!output || std::fscanf(output, "%lf", &privateMemory) != 1 || ::pclose(output) != 0)
-        std::abort();
-    return privateMemory;
-}
-
-} // namespace
 
 void benchmarkLaunch()
 {

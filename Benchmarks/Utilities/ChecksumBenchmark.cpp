@@ -1,4 +1,5 @@
 #include "Benchmarks/Benchmarks.h"
+#include "Benchmarks/Command.h"
 #include "Benchmarks/Comparison.h"
 
 #include <Marblewick/NSData+MBWExtensions.h>
@@ -9,7 +10,6 @@
 #include <QFile>
 #include <QTemporaryDir>
 
-#include <cstdio>
 #include <cstdlib>
 
 using namespace Qt::StringLiterals;
@@ -22,20 +22,6 @@ constexpr int sizeOfLargeFile = 1024; // MiB
 constexpr int depth = 12;
 constexpr int countOfFiles = 20'000;
 constexpr qsizetype sizeOfFile = 4096;
-
-/*! Runs a command to its end and returns the first line of its output. */
-QByteArray output(const QString &command)
-{
-    FILE *const pipe = ::popen(command.toUtf8().constData(), "re");
-    char line[256] = {};
-    if (!pipe || !std::fgets(line, sizeof line, pipe))
-        std::abort();
-    char rest[65536];
-    while (std::fread(rest, 1, sizeof rest, pipe) > 0) { }
-    if (::pclose(pipe) != 0)
-        std::abort();
-    return line;
-}
 
 QString checksumHost(const QString &path)
 {
@@ -104,15 +90,15 @@ QByteArray naiveChecksum(const QString &path)
 
 double milliseconds(const QString &command)
 {
-    return 1000 * secondsOf([&] { output(command); });
+    return 1000 * secondsOf([&] { firstLineOf(command); });
 }
 
 void compareLargeFile(const QString &folder)
 {
     const QString path = folder + u"/large"_s;
     write(path, noise(mebibyte, 1), sizeOfLargeFile);
-    const QByteArray ours = output(checksumHost(path));
-    if (ours.left(40) != output(u"sha1sum "_s + path).left(40))
+    const QByteArray ours = firstLineOf(checksumHost(path));
+    if (ours.left(40) != firstLineOf(u"sha1sum "_s + path).left(40))
         std::abort();
 
     const Comparison sha1sum{.ours = [&] { return milliseconds(checksumHost(path)); },

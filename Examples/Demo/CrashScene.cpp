@@ -1,8 +1,8 @@
 #include "CrashScene.h"
 
 #include "Host.h"
-#include "ReportServer.h"
 #include "Say.h"
+#include "Server.h"
 
 #include <Marblewick/CrashReportText.h>
 #include <Marblewick/MBWCrashReporter.h>
@@ -29,16 +29,16 @@ QString dateText(float secondsSinceReferenceDate)
         .toString(Qt::ISODate);
 }
 
-QByteArray madeUpCrashLog()
+QByteArray contentsOf(const QString &path)
 {
-    QFile file(u":/Cartographer.ips"_s);
+    QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 /*! A crash log as another program would have left it an hour ago. */
 bool writeOldCrashLog(const QString &path)
 {
-    const QByteArray contents = madeUpCrashLog();
+    const QByteArray contents = contentsOf(u":/Cartographer.ips"_s);
     QFile file(path);
     return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size() && file.flush()
            && file.setFileTime(QDateTime::currentDateTime().addSecs(-3600),
@@ -55,10 +55,7 @@ QString ownCrashLog(const Host &host)
 /*! Prints what a report says of the crash itself: from its exception to the first frames of its thread. */
 bool printCrash(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return false;
-    const QString text = textOfCrashReport(file.readAll()).value_or(QString());
+    const QString text = textOfCrashReport(contentsOf(path)).value_or(QString());
     constexpr qsizetype shownFrames = 6;
     const qsizetype exception = text.indexOf("Exception Type:"_L1);
     const qsizetype frames = text.indexOf("Thread 0 Crashed:"_L1);
@@ -89,38 +86,27 @@ void printText(const QString &text)
         say(u"  |   … and %1 more lines"_s.arg(lines.size() - shownLines));
 }
 
-void print(const ReportServer::Request &request)
-{
-    say(u"  | "_s + QString::fromUtf8(request.line));
-    for (const QByteArray &field : request.headerFields)
-        say(u"  | "_s + QString::fromUtf8(field));
-    for (const auto &[name, contents] : request.formFields) {
-        say(u"  |\n  | form field \"%1\", %2 bytes:"_s.arg(QString::fromUtf8(name)).arg(contents.size()));
-        printText(QString::fromUtf8(contents));
-    }
-}
-
 } // namespace
 
 bool playCrashScene()
 {
     say(u"\n== A host that crashed reports it ==\n"_s);
-    ReportServer server;
-    if (server.url().isEmpty()) {
-        say(u"No server could be started on 127.0.0.1: is every port taken?"_s);
+    QDir reports(Host::demoFolder() + u"/reports"_s);
+    reports.removeRecursively();
+    Server server({u"--reports"_s, reports.path()});
+    if (server.url().isEmpty())
         return false;
-    }
+    const QStringList options{u"--report-url"_s, server.url() + u"/report"_s};
     const Host host(u"crash"_s);
     NSUserDefaults defaults([&host] { return host.defaultsFile(); });
-    say(u"The maker's server listens at "_s + server.url());
+    say(u"The maker's server, marblewick serve, listens at "_s + server.url());
 
     say(u"\n1. The first launch, with an old crash log already there."_s);
     if (!Host::hasDisplay())
         say(u"   (No display: the host's windows are used by a program.)"_s);
-    if (!writeOldCrashLog(host.crashLogFolder() + u"/Cartographer_old.ips"_s)
-        || !host.launch({u"--report-url"_s, server.url()}))
+    if (!writeOldCrashLog(host.crashLogFolder() + u"/Cartographer_old.ips"_s) || !host.launch(options))
         return false;
-    if (!defaults.contains(MBWCrashReporterLastCrashReportDateKey) || !server.takeRequests().empty()) {
+    if (!defaults.contains(MBWCrashReporterLastCrashReportDateKey) || !reports.isEmpty()) {
         say(u"  Unexpected: the date was not stored, or something was sent."_s);
         return false;
     }
@@ -131,7 +117,7 @@ bool playCrashScene()
     say(u"\n2. The next launch, and a crash."_s);
     if (Host::hasDisplay())
         say(u"   Click beyond the edge of the map."_s);
-    if (!host.crash({u"--report-url"_s, server.url(), u"--crash"_s})) {
+    if (!host.crash(options + QStringList{u"--crash"_s})) {
         say(u"  Unexpected: the host did not crash."_s);
         return false;
     }
@@ -147,21 +133,20 @@ bool playCrashScene()
     say(u"  It is now "_s + dateText(defaults.floatForKey(MBWCrashReporterLastCrashReportDateKey)));
 
     say(u"\n3. The launch after that."_s);
-    if (!host.launch({u"--report-url"_s, server.url()}))
+    if (!host.launch(options))
         return false;
-    const std::vector<ReportServer::Request> requests = server.takeRequests();
-    if (requests.empty()) {
+    reports.refresh();
+    if (reports.isEmpty()) {
         say(Host::hasDisplay() ? u"  No report was sent. Was it cancelled?"_s
                                : u"  Unexpected: no report reached the server."_s);
         return Host::hasDisplay();
     }
-    say(u"\n4. What the maker's server received:\n"_s);
-    bool isNamed = false;
-    for (const ReportServer::Request &request : requests) {
-        print(request);
-        for (const auto &[name, contents] : request.formFields)
-            isNamed = isNamed || namesTheFault(contents);
-    }
+    say(u"\n4. What the maker's server says, and the report that it saved:\n"_s);
+    for (const QString &line : server.takeLines())
+        say(u"  | "_s + line);
+    const QByteArray report = contentsOf(reports.filePath(u"report-1.txt"_s));
+    printText(QString::fromUtf8(report));
+    const bool isNamed = namesTheFault(report);
     say(isNamed ? u"\nThe report names the function and the line that were at fault."_s
                 : u"\nUnexpected: the report does not name the fault."_s);
     return isNamed;

@@ -6,6 +6,8 @@
 #include <QDir>
 #include <QProcess>
 
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 
 QString Host::demoFolder() { return QDir::cleanPath(QCoreApplication::applicationDirPath() + u"/../demo"_s); }
@@ -29,9 +31,9 @@ QString Host::defaultsFile() const { return m_home + u"/config/Cartographer/defa
 
 QString Host::logFolder() const { return m_home + u"/data/Cartographer/Logs"_s; }
 
-bool Host::launch(const QStringList &arguments) const { return run(arguments) == End::Quit; }
+bool Host::launch(const QStringList &options) const { return run(options) == End::Quit; }
 
-bool Host::crash(const QStringList &arguments) const { return run(arguments) == End::Crash; }
+bool Host::crash(const QStringList &options) const { return run(options) == End::Crash; }
 
 std::optional<Host::End> Host::run(QStringList arguments) const
 {
@@ -44,10 +46,13 @@ std::optional<Host::End> Host::run(QStringList arguments) const
     if (!hasDisplay()) {
         environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
         environment.insert(u"XDG_RUNTIME_DIR"_s, m_home + u"/tmp"_s);
-        environment.insert(u"QT_LOGGING_RULES"_s,
-                           u"default.warning=false"_s); // what offscreen windows cannot do
+        environment.insert(
+            u"QT_LOGGING_RULES"_s, // what offscreen windows cannot do, and the engine's figures
+            u"default.warning=false;qt.webenginecontext=false"_s);
         arguments += {u"--drive"_s, demoFolder()};
     }
+    if (::geteuid() == 0) // The web engine does not run as root with the sandbox of its processes.
+        environment.insert(u"QTWEBENGINE_DISABLE_SANDBOX"_s, u"1"_s);
 
     QProcess host;
     host.setProcessEnvironment(environment);

@@ -21,12 +21,12 @@ public:
     /*! Whether a person can see the windows; otherwise the host uses them itself and saves pictures. */
     static bool hasDisplay();
 
-    /*! Launches the host with arguments and waits until it has quit; false where it could not or failed. */
-    bool launch(const QStringList &arguments) const;
-    /*! Launches the host with arguments and waits until it has crashed; false where it could not be launched
-        or did not crash.
+    /*! Launches the host with options of its own and waits until it has quit; false where it could not or
+       failed.
     */
-    bool crash(const QStringList &arguments) const;
+    bool launch(const QStringList &options) const;
+    /*! The same, until it has crashed; false where it could not be launched or did not crash. */
+    bool crash(const QStringList &options) const;
 
 private:
     enum class End { Quit, Crash };

@@ -1,5 +1,7 @@
 #include "AutoPilot.h"
 
+#include "UpdatePilot.h"
+
 #include <QApplication>
 #include <QLineEdit>
 #include <QMouseEvent>
@@ -9,9 +11,19 @@
 
 using namespace Qt::StringLiterals;
 
+void say(const QString &text) { QTextStream(stdout) << "  " << text << Qt::endl; }
+
 namespace {
 
-void say(const QString &text) { QTextStream(stdout) << "  " << text << Qt::endl; }
+/*! The window of that name that is on the screen, if any. */
+QWidget *visibleWindow(const QString &name)
+{
+    for (QWidget *const window : QApplication::topLevelWidgets()) {
+        if (window->isVisible() && window->objectName() == name)
+            return window;
+    }
+    return nullptr;
+}
 
 } // namespace
 
@@ -23,21 +35,29 @@ AutoPilot::AutoPilot(const QString &pictureFolder, Plan plan)
     m_timer.start(200);
 }
 
+void AutoPilot::followUpdate(MBWSWUpdateChecker *checker, const QString &answer)
+{
+    m_updatePilot = new UpdatePilot(
+        answer, [this](QWidget *window, const QString &name) { savePicture(window, name); });
+    m_updatePilot->setParent(this);
+    m_updatePilot->follow(checker);
+}
+
 void AutoPilot::lookForWindows()
 {
-    for (QWidget *const window : QApplication::topLevelWidgets()) {
-        if (!window->isVisible())
-            continue;
-        if (window->objectName() == u"CrashReport" && !m_hasSentReport) {
-            constexpr int looks = 4; // A person, too, takes a moment to read, in which the preview loads.
-            if (++m_looksAtReport == looks)
-                useCrashReport(window);
-            return;
-        }
-        if (window->objectName() == u"MapWindow") {
-            useMap(window);
-            return;
-        }
+    QWidget *const crashReport = visibleWindow(u"CrashReport"_s);
+    if (crashReport && !m_hasSentReport) {
+        constexpr int looks = 4; // A person, too, takes a moment to read, in which the preview loads.
+        if (++m_looksAtReport == looks)
+            useCrashReport(crashReport);
+        return;
+    }
+    if (m_updatePilot && !m_updatePilot->isDone()) {
+        m_updatePilot->look(visibleWindow(u"UpdateNotificationPanel"_s));
+        return;
+    }
+    if (QWidget *const map = visibleWindow(u"MapWindow"_s)) {
+        useMap(map);
     }
 }
 

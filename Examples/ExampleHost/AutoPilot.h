@@ -6,6 +6,12 @@
 
 class QWidget;
 
+class MBWSWUpdateChecker;
+class UpdatePilot;
+
+/*! Prints a line of the demo's. */
+void say(const QString &text);
+
 /*! Uses the application as a person would, for the demo on a machine without a display: looks at each window
     that comes up, saves a picture of it, and clicks.
 */
@@ -20,6 +26,9 @@ public:
     /*! Pictures go into this folder, named after their windows. */
     AutoPilot(const QString &pictureFolder, Plan plan);
 
+    /*! Follows a check for updates, and answers its panel (see UpdatePilot). */
+    void followUpdate(MBWSWUpdateChecker *checker, const QString &answer);
+
 private:
     void lookForWindows();
     void useCrashReport(QWidget *window);
@@ -29,6 +38,7 @@ private:
     const QString m_pictureFolder;
     const Plan m_plan;
     QTimer m_timer;
+    UpdatePilot *m_updatePilot = nullptr;
     int m_looksAtReport = 0;
     bool m_hasSentReport = false;
 };

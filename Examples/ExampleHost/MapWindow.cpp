@@ -1,5 +1,7 @@
 #include "MapWindow.h"
 
+#include <Marblewick/MBWSWUpdateChecker.h>
+
 #include <QCoreApplication>
 #include <QFile>
 #include <QMenuBar>
@@ -113,4 +115,14 @@ void MapWindow::openMap(const QString &path)
     auto *const map = static_cast<Map *>(centralWidget());
     for (const QPointF &mark : readMarks(path))
         map->setMark(mark);
+}
+
+void MapWindow::showOutcomeOf(const MBWSWUpdateChecker &checker)
+{
+    connect(&checker, &MBWSWUpdateChecker::softwareUpToDate, this,
+            [this] { statusBar()->showMessage(tr("This is the latest version.")); });
+    connect(&checker, &MBWSWUpdateChecker::updateCheckFailed, this, [this](const auto &error) {
+        if (error)
+            statusBar()->showMessage(error->localizedDescription());
+    });
 }

@@ -2,16 +2,21 @@
 // Marblewick.
 
 #include "AutoPilot.h"
+#include "HelpMenu.h"
 #include "MapWindow.h"
+#include "PanelPilot.h"
 
 #include <Marblewick/MBWCrashLogWriter.h>
 #include <Marblewick/MBWCrashReportController.h>
 #include <Marblewick/MBWExceptionHandler.h>
 #include <Marblewick/MBWLogManager.h>
+#include <Marblewick/MBWSWUpdateChecker.h>
 #include <Marblewick/NSLog.h>
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QIcon>
+#include <QMenuBar>
 #include <QTimer>
 #include <QTranslator>
 
@@ -20,6 +25,9 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/*! The number of this release, 1.4, by which the maker's feed is compared. */
+constexpr qint64 releaseNumber = 140;
 
 void keepLogFile()
 {
@@ -47,6 +55,7 @@ int main(int argc, char **argv)
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"Cartographer"_s);
     QApplication::setApplicationVersion(u"1.4"_s);
+    QApplication::setWindowIcon(QIcon(u":/Cartographer.png"_s));
 
     QTranslator translator;
     if (translator.load(QLocale(), u"cartographer"_s, u"_"_s, u":/translations"_s))
@@ -57,11 +66,17 @@ int main(int argc, char **argv)
                                        u"https://crash.example.com/report"_s);
     const QCommandLineOption pictures(
         u"drive"_s, u"Be used by a program, which saves a picture of each window."_s, u"folder"_s);
+    const QCommandLineOption feedURL(u"feed-url"_s, u"Where the record of the latest release is."_s,
+                                     u"url"_s);
+    const QCommandLineOption updateAnswer(
+        u"update-answer"_s, u"What the program that drives the host does when there is a new release."_s,
+        u"answer"_s, u"remind-later"_s);
     const QCommandLineOption log(u"log"_s, u"Keep a log file of each launch."_s);
     const QCommandLineOption quit(u"quit"_s, u"Quit as soon as the window is there."_s);
     const QCommandLineOption crash(u"crash"_s, u"With --drive: be made to crash."_s);
+    const QCommandLineOption panels(u"panels"_s, u"Show the panels of the Help menu."_s);
     const QCommandLineOption map(u"map"_s, u"Open a map."_s, u"file"_s);
-    arguments.addOptions({reportURL, pictures, log, quit, crash, map});
+    arguments.addOptions({reportURL, pictures, crash, feedURL, updateAnswer, log, quit, panels, map});
     arguments.addHelpOption();
     arguments.process(application);
 
@@ -71,7 +86,7 @@ int main(int argc, char **argv)
     }
 
     std::unique_ptr<AutoPilot> autoPilot;
-    if (arguments.isSet(pictures))
+    if (arguments.isSet(pictures) && !arguments.isSet(panels))
         autoPilot = std::make_unique<AutoPilot>(arguments.value(pictures),
                                                 arguments.isSet(crash) ? AutoPilot::Plan::ClickBeyondTheEdge
                                                                        : AutoPilot::Plan::Close);
@@ -80,10 +95,28 @@ int main(int argc, char **argv)
     MBWCrashReportController::checkForCrash();
 
     MapWindow window;
+    auto *const helpMenu = new HelpMenu(&window);
+    window.menuBar()->addMenu(helpMenu);
     window.show();
     if (arguments.isSet(map))
         QTimer::singleShot(0, &window, [&] { window.openMap(arguments.value(map)); });
+
+    std::shared_ptr<MBWSWUpdateChecker> updateChecker;
+    if (arguments.isSet(feedURL)) {
+        updateChecker = MBWSWUpdateChecker::initWithCurrentVersion(releaseNumber,
+                                                                   QUrl(arguments.value(feedURL)));
+        window.showOutcomeOf(*updateChecker);
+        if (autoPilot)
+            autoPilot->followUpdate(updateChecker.get(), arguments.value(updateAnswer));
+    }
+
     if (arguments.isSet(quit))
         QTimer::singleShot(0, &window, &QWidget::close);
+
+    std::unique_ptr<PanelPilot> panelPilot;
+    if (arguments.isSet(panels) && arguments.isSet(pictures))
+        panelPilot = std::make_unique<PanelPilot>(arguments.value(pictures), &window, helpMenu);
+    else if (arguments.isSet(panels))
+        helpMenu->askUser();
     return QApplication::exec();
 }

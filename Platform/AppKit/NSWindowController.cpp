@@ -24,7 +24,8 @@ void NSWindowController::showWindow(QObject *)
     QWidget *const shown = window();
     shown->show();
     shown->raise();
-    shown->activateWindow();
+    if (!shown->testAttribute(Qt::WA_ShowWithoutActivating))
+        shown->activateWindow();
 }
 
 } // namespace Marblewick

@@ -29,9 +29,10 @@ public:
     QWidget *window();
     bool isWindowLoaded() const { return !m_window.isNull(); }
 
-    /*! Shows the window in front of the application's others and gives it the focus. The sender is not used.
-     */
-    void showWindow(QObject *sender = nullptr);
+    /*! Shows the window in front of the application's others and gives it the focus, unless its attribute
+        Qt::WA_ShowWithoutActivating is set. The sender is not used.
+    */
+    virtual void showWindow(QObject *sender = nullptr);
 
 protected:
     /*! Makes the window from its resource. */

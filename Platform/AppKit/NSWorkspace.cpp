@@ -1,13 +1,12 @@
 #include "Platform/AppKit/NSWorkspace.h"
 
 #include "Platform/Foundation/NSFileManager.h"
+#include "Platform/Foundation/NSPathUtilities.h"
 
 #include <QMutexLocker>
 
 #include <algorithm>
 #include <array>
-#include <climits>
-#include <cstdlib>
 
 using namespace Qt::StringLiterals;
 
@@ -29,26 +28,8 @@ NSFileManager &manager() { return *NSFileManager::defaultManager(); }
 
 QString lastComponent(const QString &path) { return path.mid(path.lastIndexOf(u'/') + 1); }
 
-QString resolved(const QString &path)
-{
-    std::array<char, PATH_MAX> buffer;
-    const char *found = ::realpath(NSFileManager::fileSystemRepresentationWithPath(path).constData(),
-                                   buffer.data());
-    return NSFileManager::stringWithFileSystemRepresentation(QByteArrayView(found));
-}
-
 /*! The name that a folder itself has, by whatever path it is reached. */
-QString ownName(QString path)
-{
-    while (path.endsWith(u'/'))
-        path.chop(1);
-    const QString name = lastComponent(path);
-    // Resolving looks at every folder above, which in a deep tree takes minutes: only where it must be.
-    const auto attributes = manager().attributesOfItemAtPath(path);
-    const bool isOwn = attributes && attributes->type == NSFileType::Directory && name != "."_L1
-                       && name != ".."_L1;
-    return isOwn ? name : lastComponent(resolved(path));
-}
+QString ownName(const QString &path) { return lastComponent(stringByResolvingSymlinksInPath(path)); }
 
 /*! What follows the last dot of a name, in lower case; none for a name like ".app". */
 QString extension(const QString &name)
@@ -95,8 +76,11 @@ bool NSWorkspace::isFilePackageAtPath(const QString &fullPath) const
 
 void NSWorkspace::addFilePackageExtension(const QString &extension)
 {
+    const QString kind = (extension.startsWith(u'.') ? extension.mid(1) : extension).toLower();
+    if (kind.isEmpty())
+        return; // Every folder without an extension would be a package.
     const QMutexLocker locker(&m_mutex);
-    m_addedExtensions.insert(extension.toLower());
+    m_addedExtensions.insert(kind);
 }
 
 bool NSWorkspace::isAddedExtension(const QString &extension) const

@@ -29,8 +29,8 @@ public:
     */
     bool isFilePackageAtPath(const QString &fullPath) const;
 
-    /*! Makes folders whose names have this extension ("cartograph", without the dot) packages, for this
-        process. A host calls it at launch for its own document packages.
+    /*! Makes folders whose names have this extension ("cartograph", or ".cartograph") packages, for this
+        process. A host calls it at launch for its own document packages. An empty one changes nothing.
     */
     void addFilePackageExtension(const QString &extension);
 

@@ -40,6 +40,13 @@ QString folderOf(const QString &path) { return path.left(path.lastIndexOf(u'/'))
 
 QString lastPathComponent(const QString &path) { return path.mid(path.lastIndexOf(u'/') + 1); }
 
+/*! What the translators have for an information property; nil where none knows its key. */
+std::optional<QString> translationOfProperty(const QString &key)
+{
+    const QString translation = QCoreApplication::translate("InfoPlist", key.toUtf8().constData());
+    return translation == key ? std::nullopt : std::optional(translation);
+}
+
 } // namespace
 
 NSBundle *NSBundle::mainBundle()
@@ -72,6 +79,14 @@ std::optional<QString> NSBundle::pathForResource(const QString &name, const QStr
     return std::nullopt;
 }
 
+std::optional<QByteArray> NSBundle::contentsOfResourceAtPath(const QString &path, qint64 maximumSize,
+                                                             NSError *error)
+{
+    if (path.startsWith(u':'))
+        return QResource(path).uncompressedData();
+    return NSFileManager::defaultManager()->contentsAtPath(path, maximumSize, error);
+}
+
 QVariantMap NSBundle::infoDictionary() const
 {
     std::call_once(m_infoRead, [this] { m_info = readInfoPropertyList(); });
@@ -85,11 +100,8 @@ std::optional<QVariantMap> NSBundle::readInfoPropertyList() const
         return std::nullopt;
 
     NSError error;
-    std::optional<QByteArray> data;
-    if (path->startsWith(u':'))
-        data = QResource(*path).uncompressedData();
-    else
-        data = NSFileManager::defaultManager()->contentsAtPath(*path, maximumInfoPropertyListSize, &error);
+    const std::optional<QByteArray> data = contentsOfResourceAtPath(*path, maximumInfoPropertyListSize,
+                                                                    &error);
     std::optional<QVariantMap> properties;
     if (data)
         properties = NSPropertyListSerialization::dictionaryWithData(*data, &error);
@@ -111,12 +123,23 @@ QVariantMap NSBundle::infoDictionaryFromApplication() const
     return properties;
 }
 
+QVariantMap NSBundle::localizedInfoDictionary() const
+{
+    const QStringList keys = infoDictionary().keys()
+                             + QStringList{kCFBundleNameKey, kCFBundleDisplayNameKey,
+                                           kCFBundleShortVersionStringKey, kNSHumanReadableCopyrightKey};
+    QVariantMap properties;
+    for (const QString &key : keys) {
+        if (const std::optional<QString> translation = translationOfProperty(key))
+            properties.insert(key, *translation);
+    }
+    return properties;
+}
+
 QVariant NSBundle::objectForInfoDictionaryKey(const QString &key) const
 {
-    const QString translation = QCoreApplication::translate("InfoPlist", key.toUtf8().constData());
-    if (translation != key)
-        return translation;
-    return infoDictionary().value(key);
+    const std::optional<QString> translation = translationOfProperty(key);
+    return translation ? *translation : infoDictionary().value(key);
 }
 
 QString NSBundle::localizedStringForKey(const QString &key, const QString &value, const QString &table) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Marblewick/MarblewickCoreExport.h>
+#include <Marblewick/NSError.h>
 
 #include <QString>
 #include <QVariantMap>
@@ -11,10 +12,12 @@
 namespace Marblewick {
 
 inline constexpr QLatin1StringView kCFBundleNameKey("CFBundleName");
+inline constexpr QLatin1StringView kCFBundleDisplayNameKey("CFBundleDisplayName");
 inline constexpr QLatin1StringView kCFBundleExecutableKey("CFBundleExecutable");
 inline constexpr QLatin1StringView kCFBundleIdentifierKey("CFBundleIdentifier");
 inline constexpr QLatin1StringView kCFBundleShortVersionStringKey("CFBundleShortVersionString");
 inline constexpr QLatin1StringView kCFBundleVersionKey("CFBundleVersion");
+inline constexpr QLatin1StringView kNSHumanReadableCopyrightKey("NSHumanReadableCopyright");
 
 /*! The host application as a bundle: its information properties, its resources and its texts.
 
@@ -53,8 +56,21 @@ public:
     /*! The path of a resource, which begins with ":/" for a Qt resource; nil where there is none. */
     std::optional<QString> pathForResource(const QString &name, const QString &type) const;
 
+    /*! The bytes of a resource, by the path that pathForResource() gave. Nil, with `error` set, where it is a
+        file that is not there any more, cannot be read, or is larger than `maximumSize` bytes.
+    */
+    static std::optional<QByteArray> contentsOfResourceAtPath(const QString &path, qint64 maximumSize,
+                                                              NSError *error = nullptr);
+
     /*! The information properties, not localised. The file is read once, at the first call. */
     QVariantMap infoDictionary() const;
+
+    /*! The information properties that a translator knows now, and they only. Translators cannot be asked for
+        all they know: looked up are the keys of infoDictionary(), and those that people read, which may be
+        there in translation only: `CFBundleName`, `CFBundleDisplayName`, `CFBundleShortVersionString` and
+        `NSHumanReadableCopyright`.
+    */
+    QVariantMap localizedInfoDictionary() const;
 
     /*! One information property, translated where a translator knows its key; an invalid variant for nil. */
     QVariant objectForInfoDictionaryKey(const QString &key) const;

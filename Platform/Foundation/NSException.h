@@ -12,6 +12,8 @@ namespace Marblewick {
 
 /*! Name of the exception for a state that must not be, such as an argument that an assertion asks for. */
 inline constexpr QLatin1StringView NSInternalInconsistencyException("NSInternalInconsistencyException");
+/*! Name of the exception for a call that its receiver cannot carry out. */
+inline constexpr QLatin1StringView NSInvalidArgumentException("NSInvalidArgumentException");
 
 /*! A mistake of the programmer's or of the installation: a name, a reason for people, and details. It is
     thrown by value; what() is the name and the reason.

@@ -2,6 +2,7 @@
 
 #include "Platform/Foundation/NSFileManager.h"
 
+#include <fcntl.h>
 #include <pwd.h>
 #include <unistd.h>
 #include <vector>
@@ -89,6 +90,19 @@ QString NSTemporaryDirectory()
 QString stringByAppendingPathComponent(const QString &path, const QString &component)
 {
     return path.endsWith(u'/') ? path + component : path + u'/' + component;
+}
+
+QString stringByResolvingSymlinksInPath(const QString &path)
+{
+    const QByteArray name = NSFileManager::fileSystemRepresentationWithPath(path);
+    const int item = ::open(name.constData(), O_PATH | O_CLOEXEC);
+    if (item < 0)
+        return path;
+    // realpath() asks for every folder above, each by its whole path, which in a deep tree takes minutes.
+    const auto resolved = NSFileManager::defaultManager()->destinationOfSymbolicLinkAtPath(
+        u"/proc/self/fd/%1"_s.arg(item));
+    ::close(item);
+    return resolved.value_or(path);
 }
 
 QString stringByDeletingLastPathComponent(const QString &path)

@@ -38,6 +38,11 @@ MARBLEWICK_CORE_EXPORT QString NSTemporaryDirectory();
 /*! A path and a component joined by exactly one slash. */
 MARBLEWICK_CORE_EXPORT QString stringByAppendingPathComponent(const QString &path, const QString &component);
 
+/*! The absolute path of an item by which no symbolic link, "." or ".." leads to it. Where there is nothing,
+   or its path would be too long for the system, `path` as it is.
+*/
+MARBLEWICK_CORE_EXPORT QString stringByResolvingSymlinksInPath(const QString &path);
+
 /*! A path without its last component and the slashes around that: the folder that an item lies in. Empty for
     a bare name; "/" for "/".
 */

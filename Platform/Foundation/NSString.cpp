@@ -2,7 +2,10 @@
 
 #include "Platform/Foundation/NSFileManager.h"
 
+#include <QtNumeric>
+
 #include <algorithm>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -29,6 +32,25 @@ QString stringWithFormat(QStringView format, std::initializer_list<std::optional
 bool isBlank(QStringView string)
 {
     return std::ranges::all_of(string, [](QChar c) { return c.isSpace(); });
+}
+
+qint64 integerValue(QStringView string)
+{
+    using Limits = std::numeric_limits<qint64>;
+    const auto isSpace = [](QChar c) { return c.isSpace(); };
+    auto digit = std::ranges::find_if_not(string, isSpace);
+    const bool isNegative = digit != string.end() && *digit == u'-';
+    if (digit != string.end() && (*digit == u'-' || *digit == u'+'))
+        ++digit;
+    qint64 value = 0; // counted downwards, as the range is larger below zero
+    for (; digit != string.end() && *digit >= u'0' && *digit <= u'9'; ++digit) {
+        if (qMulOverflow(value, qint64(10), &value)
+            || qSubOverflow(value, qint64(digit->unicode() - u'0'), &value))
+            return isNegative ? Limits::min() : Limits::max();
+    }
+    if (!isNegative && value == Limits::min())
+        return Limits::max();
+    return isNegative ? value : -value;
 }
 
 namespace {

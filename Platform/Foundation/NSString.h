@@ -21,6 +21,11 @@ MARBLEWICK_CORE_EXPORT QString stringWithFormat(QStringView format,
 /*! Whether the string is empty once white space and newlines are trimmed off both its ends. */
 MARBLEWICK_CORE_EXPORT bool isBlank(QStringView string);
 
+/*! The integer that a text begins with: white space, an optional sign, and ASCII digits up to the first other
+    character. 0 where there is no digit; the nearest 64-bit integer where the number is out of range.
+*/
+MARBLEWICK_CORE_EXPORT qint64 integerValue(QStringView string);
+
 /*! The string with every control character, line or paragraph separator, bidirectional control and
     unpaired surrogate written as an escape: `\n`, `\r`, `\t`, `\0`, else `\u{hex}`.
 */

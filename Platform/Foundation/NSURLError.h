@@ -1,6 +1,9 @@
 #pragma once
 
-#include <QLatin1StringView>
+#include <Marblewick/MarblewickCoreExport.h>
+#include <Marblewick/NSError.h>
+
+#include <QUrl>
 
 namespace Marblewick {
 
@@ -26,5 +29,11 @@ enum NSURLError : qint64 {
     NSURLErrorSecureConnectionFailed = -1200, ///< the TLS handshake failed
     NSURLErrorServerCertificateUntrusted = -1202, ///< no authority that the system trusts vouches for it
 };
+
+/*! The error of a code of NSURLErrorDomain, with its sentence in the host's language and the URL that failed.
+    `reason`, where there is one, stands in for the sentence of an unknown error. Any thread.
+*/
+MARBLEWICK_CORE_EXPORT NSError errorWithURLErrorCode(qint64 code, const QUrl &url,
+                                                     const QString &reason = {});
 
 } // namespace Marblewick

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <Marblewick/MarblewickCoreExport.h>
+
 #include <QByteArray>
 #include <QFunctionPointer>
 #include <QString>
@@ -16,6 +18,7 @@ QByteArray pluginFolder();
     Plugins are what a launch does not need, such as libcurl. They lie in pluginFolder(). Null, with a
    sentence for people in `reason`, where the plugin or the function is missing. Any thread.
 */
-QFunctionPointer resolveInPlugin(const char *plugin, const char *function, QString *reason);
+MARBLEWICK_CORE_EXPORT QFunctionPointer resolveInPlugin(const char *plugin, const char *function,
+                                                        QString *reason);
 
 } // namespace Marblewick

@@ -2,6 +2,7 @@
 #include "Tests/Support/LoopbackServer.h"
 #include "Tests/Support/RawServer.h"
 #include "Tests/Support/TemporaryHome.h"
+#include "Tests/Support/When.h"
 
 #include <Marblewick/MBWCrashLogPreviewItem.h>
 #include <Marblewick/MBWCrashReportController.h>
@@ -47,20 +48,6 @@ float storedDate() { return defaults()->floatForKey(MBWCrashReporterLastCrashRep
 float now()
 {
     return static_cast<float>(static_cast<double>(QDateTime::currentMSecsSinceEpoch()) / 1000 - 978307200.0);
-}
-
-/*! Runs a step as soon as a condition holds, from inside whatever event loop runs then. */
-void when(std::function<bool()> condition, std::function<void()> step)
-{
-    auto *const timer = new QTimer(qApp);
-    QObject::connect(timer, &QTimer::timeout, qApp, [=] {
-        if (!condition())
-            return;
-        timer->deleteLater();
-        timer->stop();
-        step();
-    });
-    timer->start(5);
 }
 
 class CrashReportPanel : public ::testing::Test

@@ -13,6 +13,7 @@
 #include <functional>
 #include <iostream>
 #include <map>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -49,6 +50,13 @@ void messageHandler(QtMsgType, const QMessageLogContext &, const QString &messag
     print(u"host's handler: "_s + message);
 }
 
+void printHandler()
+{
+    const QtMessageHandler current = qInstallMessageHandler(nullptr);
+    const QtMessageHandler original = qInstallMessageHandler(current);
+    print(current == original ? u"Qt's handler"_s : u"another handler"_s);
+}
+
 void limitFileSize(const QString &bytes)
 {
     std::signal(SIGXFSZ, SIG_IGN);
@@ -68,6 +76,14 @@ void runProgram(const QString &command)
 {
     if (std::system(command.toUtf8().constData()) != 0)
         print(u"the program failed"_s);
+}
+
+/*! Writes where nothing may be written. */
+void crash()
+{
+    std::signal(SIGSEGV, SIG_DFL); // A sanitizer would make it an ordinary exit.
+    void *const guarded = ::mmap(nullptr, 1, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    *static_cast<volatile char *>(guarded) = 1;
 }
 
 /*! What a host may do, by name; a step `name:text` hands it the text. */
@@ -92,12 +108,13 @@ const std::map<QString, std::function<void(const QString &text)>> steps{
     {u"fatal"_s, [](const QString &text) { qFatal("%s", qPrintable(text)); }},
     {u"pattern"_s, [](const QString &text) { qSetMessagePattern(text); }},
     {u"install-handler"_s, [](const QString &) { qInstallMessageHandler(messageHandler); }},
+    {u"print-handler"_s, [](const QString &) { printHandler(); }},
     {u"leave-terminal"_s, [](const QString &) { ::setsid(); }},
     {u"limit-file-size"_s, limitFileSize},
     {u"close-standard-error"_s, [](const QString &) { ::close(STDERR_FILENO); }},
     {u"open"_s, openDocument},
     {u"run"_s, runProgram},
-    {u"crash"_s, [](const QString &) { *static_cast<volatile int *>(nullptr) = 1; }},
+    {u"crash"_s, [](const QString &) { crash(); }},
     {u"abort"_s, [](const QString &) { std::abort(); }},
     {u"kill"_s, [](const QString &) { ::kill(::getpid(), SIGKILL); }},
     {u"exit-at-once"_s, [](const QString &) { ::_exit(0); }},

@@ -97,6 +97,13 @@ TEST_F(Redirect, QtsMessagesAreInTheFileWhateverQtThinksOfTheTerminal)
     }
 }
 
+TEST_F(Redirect, QtsOwnHandlerWhichMayChooseTheJournalIsReplaced)
+{
+    const Result result = run(QStringList(u"print-handler"_s) + redirectToLogFile + redirectToLogFile
+                              + QStringList(u"print-handler"_s));
+    EXPECT_EQ(result.output, u"Qt's handler\nanother handler\n"_s);
+}
+
 TEST_F(Redirect, QtsMessagesKeepTheHostsPattern)
 {
     EXPECT_EQ(logOf({u"pattern:[%{type}]%{if-warning} %{message}%{endif}"_s, u"debug:x"_s, u"warning:y"_s}),

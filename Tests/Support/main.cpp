@@ -2,6 +2,8 @@
 
 #include <QApplication>
 
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 
 int main(int argc, char **argv)
@@ -12,6 +14,9 @@ int main(int argc, char **argv)
     for (const char *variable :
          {"http_proxy", "https_proxy", "all_proxy", "HTTP_PROXY", "HTTPS_PROXY", "ALL_PROXY"})
         qunsetenv(variable);
+    // The web engine does not run as root with the sandbox of its processes.
+    if (::geteuid() == 0)
+        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
     ::testing::InitGoogleTest(&argc, argv);
     const QApplication application(argc, argv);
     return RUN_ALL_TESTS();

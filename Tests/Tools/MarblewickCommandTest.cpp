@@ -52,6 +52,28 @@ TEST_F(MarblewickCommand, TakesAnEmptyKeyFile)
               "b613679a0814d9ec772f95d778c35fc5ff1697c493715653c6c712144292c5ad  -\n");
 }
 
+TEST_F(MarblewickCommand, TakesAKeyFromAPipeOrFromStandardInput)
+{
+    // RFC 4231, test case 2.
+    const std::string line = "5bdcc146bf60754e6a042426089575c75a003f089d2739839dec58b964ec3843  text\n";
+    EXPECT_EQ(output(u"printf 'what do ya want for nothing?' >text;"
+                     " marblewick digest hmac --key-file <(printf Jefe) text"_s),
+              line);
+    EXPECT_EQ(output(u"printf Jefe | marblewick digest hmac --key-file - text"_s), line);
+}
+
+TEST_F(MarblewickCommand, RefusesToTakeBothKeyAndContentsFromStandardInput)
+{
+    for (const QString &files : {u""_s, u"-"_s, u"key -"_s}) {
+        const Result result = run(u"printf Jefe | tee key | marblewick digest hmac --key-file - "_s + files);
+        EXPECT_EQ(result.status, 2);
+        EXPECT_EQ(result.output, "");
+        EXPECT_EQ(result.errors,
+                  "marblewick: --key-file: standard input is the key, and cannot be FILE as well\n"
+                  "Try: marblewick --help\n");
+    }
+}
+
 TEST_F(MarblewickCommand, TakesADashForStandardInputAmongFiles)
 {
     EXPECT_EQ(output(u": >empty; printf abc | marblewick digest sha1 empty - empty"_s),
@@ -66,11 +88,12 @@ TEST_F(MarblewickCommand, PrintsTheLinesOfSha1sumAndSha256sumWhateverAFilesName)
         printf 1 >'two words'; printf 2 >$'line\nbreak'; printf 3 >$'back\\slash'; printf 4 >$'return\r'
         printf 5 >$'not \xff UTF-8'; printf 6 >'[a,b]'; printf 7 >'{}'; printf 8 >--help; printf 9 >mac
         printf 10 >digest; printf 11 >ä; printf 12 >'[]'; printf 13 >'%%'; printf 14 >'%s'; printf 15 >'"q"'
-        test "$(ls -A | wc -l)" = 16 && )sh"_s; // one name has two lines
+        printf 16 >++
+        test "$(ls -A | wc -l)" = 17 && )sh"_s; // one name has two lines
     EXPECT_EQ(output(makeFiles + u"diff <(sha1sum -- *) <(marblewick digest sha1 -- *)"_s), "");
     EXPECT_EQ(output(u"diff <(sha256sum -- *) <(marblewick digest sha256 -- *)"_s), "");
     EXPECT_EQ(output(u"marblewick checksum -- * | sha1sum --check --quiet"_s), "");
-    EXPECT_EQ(output(u"diff <(marblewick digest sha1 mac '[a,b]') <(sha1sum mac '[a,b]')"_s), "");
+    EXPECT_EQ(output(u"diff <(marblewick digest sha1 ++ mac '[a,b]') <(sha1sum ++ mac '[a,b]')"_s), "");
     EXPECT_EQ(output(u"cmp <(marblewick digest hmac --key-file '[a,b]' mac)"
                      " <(cp '[a,b]' key; marblewick digest hmac --key-file key mac)"_s),
               "");
@@ -136,6 +159,41 @@ TEST_F(MarblewickCommand, FailsWhereAKeyFileIsMissingOrTooLarge)
     EXPECT_EQ(result.output, "");
     EXPECT_THAT(result.errors, StartsWith("marblewick: large: "));
     output(u"truncate -s 1048576 large; marblewick digest hmac --key-file large </dev/null"_s);
+}
+
+TEST_F(MarblewickCommand, EndsWhereAKeyFileDoesNot)
+{
+    const Result result = run(u"marblewick digest hmac --key-file /dev/zero </dev/null"_s);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.errors, "marblewick: /dev/zero: larger than 1 MiB\n");
+}
+
+TEST_F(MarblewickCommand, FailsWhereAKeyFileIsAFolder)
+{
+    const Result result = run(u"mkdir folder; marblewick digest hmac --key-file folder </dev/null"_s);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.errors, "marblewick: folder: Is a directory\n");
+}
+
+TEST_F(MarblewickCommand, FailsWhereItsOutputIsClosed)
+{
+    for (const QString &arguments : {u"digest sha1 file"_s, u"checksum file"_s, u"--help"_s}) {
+        const Result result = run(u": >file; marblewick %1 >&-"_s.arg(arguments));
+        EXPECT_EQ(result.status, 1) << qPrintable(arguments);
+        EXPECT_EQ(result.errors, "marblewick: standard output: Bad file descriptor\n");
+        EXPECT_EQ(output(u"cat file"_s), "");
+    }
+}
+
+TEST_F(MarblewickCommand, EndsWithoutAComplaintWhereItsReaderHasSeenEnough)
+{
+    // As sha1sum and every other command does: by the signal SIGPIPE, of which the shell makes 128 + 13.
+    const Result result = run(u": >file; marblewick digest sha1 $(yes file | head -5000) | head -1"_s);
+    EXPECT_EQ(result.status, 141);
+    EXPECT_EQ(result.output, "da39a3ee5e6b4b0d3255bfef95601890afd80709  file\n");
+    EXPECT_EQ(result.errors, "");
 }
 
 TEST_F(MarblewickCommand, SaysWhatIsMissingWhereThePluginIsNotInstalled)

@@ -1,6 +1,7 @@
 #include <Marblewick/NSFileManager+MBWExtensions.h>
 #include <Marblewick/NSWorkspace.h>
 
+#include "Tests/Support/PeakMemory.h"
 #include "Tests/Support/TemporaryHome.h"
 #include "Tests/Support/UnprivilegedChild.h"
 
@@ -11,19 +12,24 @@
 #include <QDir>
 #include <QFile>
 #include <QScopeGuard>
+#include <QThread>
 
+#include <array>
 #include <atomic>
 #include <dirent.h>
 #include <fcntl.h>
+#include <memory>
 #include <random>
 #include <sys/inotify.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 using namespace Marblewick;
 using namespace Qt::StringLiterals;
 using ::testing::AnyOf;
+using ::testing::Each;
 
 namespace {
 
@@ -90,15 +96,17 @@ protected:
         return joined;
     }
 
-    /*! The checksum as it is defined: every item by itself, again and again. For trees without loops. */
+    /*! The checksum as it is defined: every item by itself, again and again, each by its own path. For trees
+        without loops.
+    */
     Checksum naiveChecksum(const QString &name) const
     {
-        struct stat status = {};
-        if (::stat(bytes(name).constData(), &status) != 0)
+        const QString item = QFileInfo(path(name)).canonicalFilePath().mid(m_home.path().size() + 1);
+        if (item.isEmpty())
             return std::nullopt;
-        if (!S_ISDIR(status.st_mode))
-            return sha1(readFile(path(name)));
-        return sha1(naiveEnumeration(name));
+        if (!QFileInfo(path(item)).isDir())
+            return sha1(readFile(path(item)));
+        return sha1(naiveEnumeration(item));
     }
     QByteArray naiveEnumeration(const QString &folder) const
     {
@@ -111,6 +119,15 @@ protected:
                 checksums += naiveEnumeration(item);
         }
         return checksums;
+    }
+    /*! Makes `folder`, and in it folders 0 to `count` - 1 with a link from each to the next. */
+    void makeChain(const QString &folder, int count) const
+    {
+        makeFile(folder + u"/%1/file"_s.arg(count - 1), "abc");
+        for (int i = 0; i < count - 1; ++i) {
+            makeFolder(folder + u"/%1"_s.arg(i));
+            makeLink(folder + u"/%1/next"_s.arg(i), "../" + QByteArray::number(i + 1));
+        }
     }
 
     TemporaryHome m_home;
@@ -256,6 +273,42 @@ TEST_F(FileChecksum, EndsAtOnceWhereLinksMultiplyThePaths)
         below = sha1(below) + sha1(below);
     }
     EXPECT_EQ(checksum(u"folder/34"_s), sha1(below));
+}
+
+TEST_F(FileChecksum, CountsWhatManyLinksOneAfterAnotherLeadTo)
+{
+    // The system itself follows no more than 40 in one path.
+    for (const int count : {20, 39, 40, 41, 42, 60, 100}) {
+        const QString folder = u"chain%1"_s.arg(count);
+        makeChain(folder, count);
+        EXPECT_EQ(checksum(folder), naiveChecksum(folder)) << count;
+        EXPECT_EQ(checksum(folder + "/0"_L1), naiveChecksum(folder + "/0"_L1)) << count;
+        makeLink(folder + "/0/other"_L1, "../" + QByteArray::number(count / 2));
+        EXPECT_EQ(checksum(folder), naiveChecksum(folder)) << count;
+    }
+}
+
+TEST_F(FileChecksum, CountsALinkWhereThePathToItHoldsAsManyAsTheSystemFollows)
+{
+    constexpr int most = 40;
+    makeChain(u"chain"_s, most + 2);
+    EXPECT_EQ(checksum(u"chain/0"_s + u"/next"_s.repeated(most)), naiveChecksum(u"chain/40"_s));
+    EXPECT_EQ(checksum(u"chain/0"_s + u"/next"_s.repeated(most + 1)), std::nullopt);
+}
+
+TEST_F(FileChecksum, NeedsNoMoreStackForMoreLinks)
+{
+    constexpr int count = 5000;
+    makeChain(u"chain"_s, count);
+    QByteArray expected = sha1("abc");
+    for (int i = 0; i < count; ++i)
+        expected = sha1(expected);
+    Checksum ours;
+    const std::unique_ptr<QThread> thread(QThread::create([&] { ours = checksum(u"chain/0"_s); }));
+    thread->setStackSize(256 * 1024);
+    thread->start();
+    ASSERT_TRUE(thread->wait());
+    EXPECT_EQ(ours, expected);
 }
 
 TEST_F(FileChecksum, ReadsEachFileOnceByWhateverPathsItIsReached)
@@ -422,26 +475,28 @@ TEST_F(FileChecksum, OfALargeFileNeedsLittleMemory)
 {
     constexpr qint64 size = qint64(256) << 20;
     makeSparseFile(u"large"_s, "abc", size);
-    const auto peak = [] {
-        const QByteArray status = readFile(u"/proc/self/status"_s);
-        const QByteArray line = status.mid(status.indexOf("VmHWM:") + 6);
-        return line.left(line.indexOf("kB")).trimmed().toLongLong();
-    };
     makeFile(u"small"_s, "abc");
     checksum(u"small"_s); // loads what it takes
-    QFile clear(u"/proc/self/clear_refs"_s);
-    ASSERT_TRUE(clear.open(QIODevice::WriteOnly));
-    ASSERT_EQ(clear.write("5"), 1); // forgets the peak
-    clear.close();
-    const qint64 before = peak();
-    const Checksum ours = checksum(u"large"_s);
-    EXPECT_LT(peak() - before, 4096);
+    Checksum ours;
+    EXPECT_LT(peakMemoryAddedBy([&] { ours = checksum(u"large"_s); }), 4 * 1024 * 1024);
 
     QCryptographicHash hash(QCryptographicHash::Sha1);
     QFile file(path(u"large"_s));
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     ASSERT_TRUE(hash.addData(&file));
     EXPECT_EQ(ours, hash.result());
+}
+
+TEST_F(FileChecksum, MayBeComputedByManyThreadsAtOnce)
+{
+    makeChain(u"folder"_s, 20);
+    std::array<Checksum, 8> checksums;
+    {
+        std::vector<std::jthread> threads;
+        for (Checksum &result : checksums)
+            threads.emplace_back([&] { result = checksum(u"folder"_s); });
+    }
+    EXPECT_THAT(checksums, Each(naiveChecksum(u"folder"_s)));
 }
 
 TEST_F(FileChecksum, NamesNeedNotBeUTF8)

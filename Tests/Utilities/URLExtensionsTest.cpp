@@ -1,16 +1,14 @@
 #include <Marblewick/URLExtensions.h>
 
-#include "Tests/Support/ChildProgram.h"
+#include "Tests/Support/DecimalCommaLocale.h"
 #include "Tests/Support/QtPrinters.h"
 
 #include <gtest/gtest.h>
 
 #include <QLocale>
 #include <QRandomGenerator>
-#include <QTemporaryDir>
 
 #include <bit>
-#include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <limits>
@@ -257,11 +255,12 @@ TEST(URLExtensions, PrintsFloatsAsPrintfDoes)
     }
 }
 
-TEST(URLExtensions, PrintsWhatIsNoNumberAsPrintfDoes)
+TEST(URLExtensions, PrintsWhatIsNoNumberAsAWordAndZeroWithItsSign)
 {
     EXPECT_EQ(floatParameter(std::numeric_limits<float>::infinity(), 2), u"a=inf"_s);
     EXPECT_EQ(floatParameter(-std::numeric_limits<float>::infinity(), 0), u"a=-inf"_s);
     EXPECT_EQ(floatParameter(std::numeric_limits<float>::quiet_NaN(), 2), u"a=nan"_s);
+    EXPECT_EQ(floatParameter(std::copysign(std::numeric_limits<float>::quiet_NaN(), -1.0F), 2), u"a=nan"_s);
     EXPECT_EQ(floatParameter(-0.0F, 1), u"a=-0.0"_s);
 }
 
@@ -281,13 +280,8 @@ TEST(URLExtensions, PrintsABooleanAsAWord)
 
 TEST(URLExtensions, PrintsNumbersTheSameInALocaleWithADecimalComma)
 {
-    // The machine need not have one, so it is compiled here from the sources in Debian's package "locales".
-    const QTemporaryDir folder;
-    ChildProgram localedef({u"localedef"_s, u"--no-archive"_s, u"-i"_s, u"de_DE"_s, u"-f"_s, u"UTF-8"_s,
-                            folder.filePath(u"de_DE.UTF-8"_s)});
-    ASSERT_EQ(localedef.exitStatus(), 0);
-    ASSERT_TRUE(qputenv("LOCPATH", folder.path().toUtf8()));
-    ASSERT_TRUE(std::setlocale(LC_ALL, "de_DE.UTF-8"));
+    const DecimalCommaLocale locale;
+    ASSERT_TRUE(locale.isUsed());
     QLocale::setDefault(QLocale(QLocale::German));
     ASSERT_EQ(printed(2.5F, 1), u"a=2,5"_s);
 

@@ -12,11 +12,12 @@ constexpr std::chrono::milliseconds patience{200};
 
 CrashedProcess observe(const CrashRecord &record)
 {
+    Threads threads = stopThreads(record.process, record.thread, patience);
     CrashedProcess process{.record = record,
-                           .regions = {},
+                           .regions = regionsOfProcess(record.process),
                            .images = {},
-                           .threads = stopThreads(record.process, record.thread, patience)};
-    process.regions = regionsOfProcess(record.process);
+                           .threads = std::move(threads.shown),
+                           .omittedThreads = threads.omitted};
     process.images = imagesInRegions(process.regions);
     auto crashed = std::ranges::find(process.threads, record.thread, &Thread::id);
     if (crashed == process.threads.end()) // The list of threads could not be read.

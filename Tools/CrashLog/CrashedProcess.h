@@ -14,6 +14,7 @@ struct CrashedProcess
     std::vector<Region> regions;
     std::vector<Image> images;
     std::vector<Thread> threads; ///< the crashed one has the registers of the record
+    std::size_t omittedThreads = 0; ///< number of those that are too many
     std::size_t crashedThread = 0; ///< its index
 };
 

@@ -115,6 +115,16 @@ private:
     Symbols *const m_symbols;
 };
 
+/*! A line in the place of a thread. */
+void writeRemark(JSONWriter &json, std::string_view text)
+{
+    json.beginObject();
+    json.string("name", text);
+    json.beginArray("frames");
+    json.endArray();
+    json.endObject();
+}
+
 } // namespace
 
 void writeThreads(JSONWriter &json, const CrashedProcess &process, Dwfl *images, Detail detail,
@@ -123,7 +133,7 @@ void writeThreads(JSONWriter &json, const CrashedProcess &process, Dwfl *images,
     const Clock::time_point start = Clock::now();
     const std::vector<Stack> stacks = walkStacks(process, images, detail, start + (deadline - start) / 2);
     std::optional<Symbols> symbols;
-    if (detail == Detail::Everything)
+    if (images && detail == Detail::Everything)
         symbols.emplace(images, deadline);
     FrameWriter frames(json, process.images, symbols ? &*symbols : nullptr);
 
@@ -142,5 +152,7 @@ void writeThreads(JSONWriter &json, const CrashedProcess &process, Dwfl *images,
         frames.write(stacks[i]);
         json.endObject();
     }
+    if (process.omittedThreads > 0)
+        writeRemark(json, "... " + std::to_string(process.omittedThreads) + " threads are left out here");
     json.endArray();
 }

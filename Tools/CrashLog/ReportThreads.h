@@ -7,6 +7,8 @@
 
 #include <elfutils/libdwfl.h>
 
-/*! Writes the threads with their frames, and which one crashed. `images` may be null for Detail::NoStacks. */
+/*! Writes the threads with their frames, and which one crashed. Where `images` is null, each thread has one
+    frame and no symbol.
+*/
 void writeThreads(JSONWriter &json, const CrashedProcess &process, Dwfl *images, Detail detail,
                   std::chrono::steady_clock::time_point deadline);

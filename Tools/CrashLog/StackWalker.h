@@ -30,14 +30,14 @@ struct Stack
     bool isUnfinished = false; ///< whether time ran out before the outermost ones were reached
 };
 
-/*! Walks the stacks of a process whose threads stand still, with the tables that compilers leave in the
- * images. */
+/*! Walks the stacks of a process whose threads stand still, with the tables that compilers leave in images.
+ */
 class StackWalker
 {
 public:
     using Deadline = std::chrono::steady_clock::time_point;
 
-    /*! What is given must outlive the walker. `images` may be null; then each stack has one frame. */
+    /*! What is given must outlive the walker. */
     StackWalker(Dwfl *images, pid_t process, const std::vector<Region> &regions, ProcessMemory &memory);
 
     /*! The stack of a thread with these registers; at least one frame. */

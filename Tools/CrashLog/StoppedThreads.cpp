@@ -62,31 +62,33 @@ bool isStopped(pid_t thread, Clock::time_point deadline)
 
 } // namespace
 
-std::vector<Thread> stopThreads(pid_t process, pid_t crashed, std::chrono::milliseconds patience)
+Threads stopThreads(pid_t process, pid_t crashed, std::chrono::milliseconds patience)
 {
     const Clock::time_point deadline = Clock::now() + patience;
-    std::vector<Thread> threads;
+    Threads threads;
     std::vector<pid_t> stopped;
     const auto isNew = [&](pid_t thread) {
-        return std::ranges::find(threads, thread, &Thread::id) == threads.end()
-               && (threads.size() < maximumThreads || thread == crashed);
+        return std::ranges::find(threads.shown, thread, &Thread::id) == threads.shown.end()
+               && (threads.shown.size() < maximumThreads || thread == crashed);
     };
     // A thread that still runs may start another one, so this ends when a look around finds nothing new.
     for (bool isComplete = false; !isComplete && Clock::now() < deadline;) {
         isComplete = true;
         std::vector<pid_t> interrupted;
-        for (const pid_t thread : threadsOfProcess(process)) {
+        const std::vector<pid_t> found = threadsOfProcess(process);
+        for (const pid_t thread : found) {
             if (!isNew(thread))
                 continue;
             isComplete = false;
-            threads.push_back({thread, nameOfThread(process, thread), std::nullopt});
+            threads.shown.push_back({thread, nameOfThread(process, thread), std::nullopt});
             if (thread != crashed && interrupt(thread))
                 interrupted.push_back(thread);
         }
         std::ranges::copy_if(interrupted, std::back_inserter(stopped),
                              [&](pid_t thread) { return isStopped(thread, deadline); });
+        threads.omitted = found.size() - std::min(found.size(), threads.shown.size());
     }
-    for (Thread &thread : threads) {
+    for (Thread &thread : threads.shown) {
         if (std::ranges::find(stopped, thread.id) != stopped.end())
             thread.registers = registersOfStoppedThread(thread.id);
     }

@@ -14,11 +14,16 @@ struct Thread
     std::optional<Registers> registers; ///< nil where the thread could not be stopped
 };
 
+struct Threads
+{
+    std::vector<Thread> shown; ///< in the order in which they were started
+    std::size_t omitted = 0; ///< number of those that are too many
+};
+
 /*! Stops the threads of a process, all before the registers of any are read, and leaves out only the crashed
    one, which waits anyway. They run on when this program ends.
 
-    All threads come back, in the order in which they were started, but of more than 512 only the first ones
-   and the crashed one. What does not stop in `patience`, or where the system refuses, has no registers; those
-   of the crashed one are not read.
+    Of more than 512 only the first ones and the crashed one are stopped and shown. What does not stop in
+    `patience`, or where the system refuses, has no registers; those of the crashed one are not read.
 */
-std::vector<Thread> stopThreads(pid_t process, pid_t crashed, std::chrono::milliseconds patience);
+Threads stopThreads(pid_t process, pid_t crashed, std::chrono::milliseconds patience);

@@ -54,7 +54,7 @@ std::string functionName(Dwarf_Die *function)
         if (tag == DW_TAG_subprogram)
             return functionName(&scopes[i]) + "::" + name;
         if (tag == DW_TAG_namespace || tag == DW_TAG_structure_type || tag == DW_TAG_class_type)
-            name = nameOfScope(&scopes[i]) + "::" + name;
+            name.insert(0, nameOfScope(&scopes[i]) + "::");
     }
     return name;
 }
@@ -88,7 +88,7 @@ Place placeOfCall(Dwarf_Die *unit, Dwarf_Die *inlined)
     return {baseName(dwarf_filesrc(files, file, nullptr, nullptr)), static_cast<int>(line)};
 }
 
-/*! From debugging information; empty where that tells nothing of the address. */
+/*! From debugging information; one without a name where that tells of no function there. */
 std::vector<SourceFrame> framesOfUnit(Dwarf_Die *unit, std::uint64_t address, Dwarf_Addr bias)
 {
     std::vector<SourceFrame> frames;
@@ -102,6 +102,8 @@ std::vector<SourceFrame> framesOfUnit(Dwarf_Die *unit, std::uint64_t address, Dw
         if (isInlined)
             place = placeOfCall(unit, &function);
     }
+    if (frames.empty()) // Assemblers tell lines only.
+        frames.push_back({{}, 0, place.file, place.line, false});
     return frames;
 }
 
@@ -122,11 +124,7 @@ std::vector<SourceFrame> Symbols::find(std::uint64_t address) const
         return {SourceFrame()};
     Dwarf_Addr bias = 0;
     Dwarf_Die *const unit = unitAt(module, address, &bias);
-    std::vector<SourceFrame> frames;
-    if (unit)
-        frames = framesOfUnit(unit, address, bias);
-    if (frames.empty())
-        frames.emplace_back();
+    auto frames = unit ? framesOfUnit(unit, address, bias) : std::vector<SourceFrame>(1);
 
     // The linker knows the parts of a function that the compiler has split off.
     GElf_Off offset = 0;

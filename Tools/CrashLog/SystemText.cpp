@@ -49,7 +49,7 @@ std::string machineModel()
 {
     const std::string board = firstLine("/proc/device-tree/model");
     if (!board.empty())
-        return board.c_str(); // A zero byte ends it.
+        return board.substr(0, board.find('\0'));
     const std::string maker = firstLine("/sys/class/dmi/id/sys_vendor");
     const std::string product = firstLine("/sys/class/dmi/id/product_name");
     return maker.empty() || product.empty() ? maker + product : maker + ' ' + product;

@@ -1,6 +1,7 @@
 // The crash-log helper. A crashed process starts it and tells it, on standard input, what happened; it looks
 // at that process from outside and writes the report. Its status is 0 where the report is in place.
 
+#include "Tools/CrashLog/ChildAttempt.h"
 #include "Tools/CrashLog/CrashedProcess.h"
 #include "Tools/CrashLog/RecordInput.h"
 #include "Tools/CrashLog/Report.h"
@@ -8,12 +9,9 @@
 #include "CrashReporter/CrashLogFile.h"
 
 #include <csignal>
-#include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
 #include <sys/resource.h>
-#include <sys/time.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -62,35 +60,16 @@ void limitResources()
     limit(RLIMIT_CORE, 0);
     limit(RLIMIT_DATA, dataSize() + 1024 * mebibyte);
     limit(RLIMIT_FSIZE, 60 * mebibyte); // Reports above 64 MiB are not shown.
-}
-
-/*! Ends this process by a signal at a moment. */
-void endAt(Clock::time_point moment)
-{
-    const auto left = std::chrono::duration_cast<std::chrono::microseconds>(moment - Clock::now());
-    itimerval timer = {};
-    timer.it_value = {left / 1s, std::max(left % 1s, 1us).count()};
-    sigset_t alarm;
-    ::sigemptyset(&alarm);
-    ::sigaddset(&alarm, SIGALRM);
-    ::sigprocmask(SIG_UNBLOCK, &alarm, nullptr);
-    ::signal(SIGALRM, SIG_DFL);
-    ::setitimer(ITIMER_REAL, &timer, nullptr);
+    ::signal(SIGXFSZ, SIG_IGN); // So to write more fails, rather than to end the program.
 }
 
 /*! Writes the report in a process of its own, because the images may crash or hang what reads them. */
 bool isWrittenByChild(int descriptor, const CrashedProcess &process, Detail detail, Clock::time_point end)
 {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        endAt(end);
+    return succeedsInChild(end, [&] {
         const Clock::time_point now = Clock::now();
-        ::_exit(writeReport(descriptor, process, detail, now + (end - now) * 3 / 4) ? EXIT_SUCCESS
-                                                                                    : EXIT_FAILURE);
-    }
-    int status = 0;
-    return child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status)
-           && WEXITSTATUS(status) == EXIT_SUCCESS;
+        return writeReport(descriptor, process, detail, now + (end - now) * 3 / 4);
+    });
 }
 
 /*! Removes what an attempt has left in the file. */

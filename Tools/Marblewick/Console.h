@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <functional>
+#include <optional>
 #include <string>
 
 // What the commands read and write. File names are bytes, whatever their encoding.
@@ -17,10 +18,20 @@ void printDigest(const QByteArray &digest, const std::string &name);
 void complain(const QString &text);
 void complainAbout(const std::string &fileName, const QString &reason);
 
-/*! Hands over the bytes of a file, or of standard input for "-", in pieces of less than 1 MiB. False, with a
-    complaint, where it cannot be opened or reading breaks off.
+/*! Hands over the bytes of a file, or of standard input for "-", in pieces of less than 1 MiB, until `take`
+   is false. False, with a complaint, where it cannot be opened or reading breaks off.
 */
-bool readInput(const std::string &fileName, const std::function<void(QByteArrayView piece)> &take);
+bool readInput(const std::string &fileName, const std::function<bool(QByteArrayView piece)> &take);
+
+/*! All of these bytes; nil, with a complaint, where they cannot be read or are more than `maximumSize`,
+    which is a whole number of mebibytes.
+*/
+std::optional<QByteArray> readWholeInput(const std::string &fileName, qsizetype maximumSize);
+
+/*! Writes a file, or to standard output for "-". The file is replaced as a whole, or, with a complaint and
+    false, left as it was.
+*/
+bool writeOutput(const std::string &fileName, QByteArrayView contents);
 
 /*! False, with a complaint, where not everything that was printed could be written. */
 bool finishOutput();

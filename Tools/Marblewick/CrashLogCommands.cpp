@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -24,23 +25,6 @@ struct CrashLog
     QString path;
     NSDate modificationDate;
 };
-
-/*! Nil, with a complaint, where it cannot be read or is too large. */
-std::optional<QByteArray> readLog(const std::string &fileName)
-{
-    QByteArray contents;
-    const bool isRead = readInput(fileName, [&contents](QByteArrayView piece) {
-        if (contents.size() <= maximumSize)
-            contents.append(piece);
-    });
-    if (!isRead)
-        return std::nullopt;
-    if (contents.size() > maximumSize) {
-        complainAbout(fileName, u"larger than 256 MiB"_s);
-        return std::nullopt;
-    }
-    return contents;
-}
 
 /*! The line as a terminal can show it. */
 QString printable(QStringView line)
@@ -87,11 +71,9 @@ bool appendLogs(const QString &folder, const std::vector<std::string> &applicati
     return isRead;
 }
 
-} // namespace
-
 bool printCrashLog(const std::string &fileName)
 {
-    const std::optional<QByteArray> contents = readLog(fileName);
+    const std::optional<QByteArray> contents = readWholeInput(fileName, maximumSize);
     if (!contents)
         return false;
     const QString text = textOfCrashReport(*contents).value_or(NSString::stringWithData(*contents));
@@ -117,4 +99,24 @@ bool listCrashLogs(const std::vector<std::string> &applicationNames)
     for (const CrashLog &log : logs)
         printLine(printable(log.path));
     return isDone;
+}
+
+} // namespace
+
+void addCrashLogCommands(CLI::App *app, Action *action)
+{
+    CLI::App *const crashLog = app->add_subcommand("crashlog", "Crash logs of applications");
+    crashLog->require_subcommand(1);
+
+    CLI::App *const text = crashLog->add_subcommand("text", "A crash report as its user sees it");
+    const auto file = std::make_shared<std::string>();
+    addFile(text, "FILE", "Crash log; \"-\" is standard input", file.get())->required();
+    text->callback([=] { *action = [=] { return printCrashLog(*file); }; });
+
+    CLI::App *const list = crashLog->add_subcommand("list", "The paths of the crash logs, the newest first");
+    const auto applicationNames = std::make_shared<std::vector<std::string>>();
+    addFiles(list, "NAME", "Names of the applications; without any, those of all", applicationNames.get())
+        ->allow_extra_args()
+        ->expected(0, -1);
+    list->callback([=] { *action = [=] { return listCrashLogs(*applicationNames); }; });
 }

@@ -1,16 +1,9 @@
 #pragma once
 
-#include <string>
-#include <vector>
+#include "Tools/Marblewick/CommandLine.h"
 
-// Each command is true where all of it could be done; it has complained otherwise.
-
-/*! Prints the crash report in a file, or in standard input for "-", as the panel shows it to the user. Tabs
-    and line ends are as they are; other control characters are escaped.
+/*! `crashlog text|list`: prints a crash report as the panel shows it to the user, tabs and line ends as they
+    are, other control characters escaped; and the paths of the logs in the folders that are searched for
+    them, the newest first.
 */
-bool printCrashLog(const std::string &fileName);
-
-/*! Prints the paths of the crash logs in the folders that are searched for them, the newest first; only
-    those of these applications where any are named.
-*/
-bool listCrashLogs(const std::vector<std::string> &applicationNames);
+void addCrashLogCommands(CLI::App *app, Action *action);

@@ -7,8 +7,11 @@
 
 #include <httplib.h>
 
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -16,6 +19,15 @@ using namespace Qt::StringLiterals;
 using namespace Marblewick;
 
 namespace {
+
+/*! What the server offers. Paths are bytes; an empty one means that it offers no such thing. */
+struct ServeOptions
+{
+    int port = 0; ///< 0 for any that is free
+    std::string feedFile; ///< served at /feed, as it is at each request
+    std::string notesFolder; ///< served under /notes/
+    std::string reportsFolder; ///< receives the reports that are posted to /report, a file for each
+};
 
 constexpr char loopback[] = "127.0.0.1";
 constexpr qint64 maximumFileSize = qint64{1024} * 1024 * 1024; // large enough to try a feed that is too large
@@ -55,12 +67,16 @@ public:
         m_thread = std::thread([this, server] {
             int signal = 0;
             ::sigwait(&m_signals, &signal);
+            // The library does not stop a server that has yet to begin.
+            while (!server->is_running() && !m_isOver)
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
             server->stop();
         });
     }
     ~EndingBySignal()
     {
-        ::pthread_kill(m_thread.native_handle(), SIGTERM); // where the server ended by itself
+        m_isOver = true; // where the server ended by itself, or never began
+        ::pthread_kill(m_thread.native_handle(), SIGTERM);
         m_thread.join();
     }
     EndingBySignal(const EndingBySignal &) = delete;
@@ -68,6 +84,7 @@ public:
 
 private:
     sigset_t m_signals{};
+    std::atomic<bool> m_isOver = false;
     std::thread m_thread;
 };
 
@@ -197,4 +214,16 @@ private:
 
 } // namespace
 
-bool serve(const ServeOptions &options) { return DevelopmentServer(options).run(); }
+void addServeCommand(CLI::App *app, Action *action)
+{
+    CLI::App *const command = app->add_subcommand("serve", "A server on 127.0.0.1 to develop a host against");
+    const auto options = std::make_shared<ServeOptions>();
+    command->add_option("--port", options->port, "Port; any that is free without")
+        ->check(CLI::Range(1, 65535))
+        ->type_name("NUMBER");
+    addFile(command, "--feed", "Release record to serve at /feed", &options->feedFile);
+    addFile(command, "--notes", "Folder to serve under /notes/", &options->notesFolder);
+    addFile(command, "--reports", "Folder for the crash reports that are posted to /report",
+            &options->reportsFolder);
+    command->callback([=] { *action = [=] { return DevelopmentServer(*options).run(); }; });
+}

@@ -110,4 +110,143 @@
         <translation>Ich habe am Rand der Karte eine Markierung gesetzt, und das Fenster war weg.</translation>
     </message>
 </context>
+<context>
+    <name>FeedbackPanel</name>
+    <message>
+        <source>Feedback</source>
+        <translation>Rückmeldung</translation>
+    </message>
+    <message>
+        <source>How do you like it so far?</source>
+        <translation>Wie gefällt Ihnen das Programm bisher?</translation>
+    </message>
+    <message>
+        <source>Get &amp;Support</source>
+        <translation>&amp;Hilfe erhalten</translation>
+    </message>
+    <message>
+        <source>Get Support</source>
+        <translation>Hilfe erhalten</translation>
+    </message>
+    <message>
+        <source>&amp;No, Thanks</source>
+        <translation>&amp;Nein, danke</translation>
+    </message>
+    <message>
+        <source>No, Thanks</source>
+        <translation>Nein, danke</translation>
+    </message>
+    <message>
+        <source>&amp;Later</source>
+        <translation>&amp;Später</translation>
+    </message>
+    <message>
+        <source>Later</source>
+        <translation>Später</translation>
+    </message>
+    <message>
+        <source>&amp;Rate Now</source>
+        <translation>&amp;Jetzt bewerten</translation>
+    </message>
+    <message>
+        <source>Rate Now</source>
+        <translation>Jetzt bewerten</translation>
+    </message>
+</context>
+<context>
+    <name>Localizable</name>
+    <message>
+        <source>If you like %@, please consider rating the app or leaving a review on the Mac App Store, thanks!</source>
+        <translation>Wenn Ihnen %@ gefällt, bewerten Sie das Programm bitte, oder schreiben Sie eine Rezension im Mac App Store. Vielen Dank!</translation>
+    </message>
+    <message>
+        <source>Sign Up for News</source>
+        <translation>Neuigkeiten abonnieren</translation>
+    </message>
+    <message>
+        <source>For the latest news about apps and updates, subscribe to our infrequent mailing list. Your details will not be shared with anyone else.</source>
+        <translation>Abonnieren Sie unseren gelegentlichen Rundbrief, um Neues über Programme und Aktualisierungen zu erfahren. Ihre Angaben werden an niemanden weitergegeben.</translation>
+    </message>
+    <message>
+        <source>Subscribe…</source>
+        <translation>Abonnieren …</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+</context>
+<context>
+    <name>AboutPanel</name>
+    <message>
+        <source>About %1</source>
+        <translation>Über %1</translation>
+    </message>
+    <message>
+        <source>Credits</source>
+        <translation>Mitwirkende</translation>
+    </message>
+    <message>
+        <source>&amp;Copy Version</source>
+        <translation>&amp;Versionsangaben kopieren</translation>
+    </message>
+    <message>
+        <source>Copy Version</source>
+        <translation>Versionsangaben kopieren</translation>
+    </message>
+    <message>
+        <source>Copies the version and that of the system, for a message to the makers.</source>
+        <translation>Kopiert die Version und die des Systems, für eine Nachricht an die Hersteller.</translation>
+    </message>
+    <message>
+        <source>&amp;Web Site</source>
+        <translation>&amp;Website</translation>
+    </message>
+    <message>
+        <source>Web Site</source>
+        <translation>Website</translation>
+    </message>
+</context>
+<context>
+    <name>InfoPlist</name>
+    <message>
+        <source>NSHumanReadableCopyright</source>
+        <translation>© 2026 Die Herstellerinnen und Hersteller von Cartographer</translation>
+    </message>
+</context>
+<context>
+    <name>HelpMenu</name>
+    <message>
+        <source>&amp;About Cartographer</source>
+        <translation>&amp;Über Cartographer</translation>
+    </message>
+    <message>
+        <source>&amp;Help</source>
+        <translation>&amp;Hilfe</translation>
+    </message>
+    <message>
+        <source>&amp;Rate Cartographer…</source>
+        <translation>Cartographer &amp;bewerten …</translation>
+    </message>
+    <message>
+        <source>&amp;News by E-Mail…</source>
+        <translation>&amp;Neuigkeiten per E-Mail …</translation>
+    </message>
+    <message>
+        <source>Thank you for rating Cartographer.</source>
+        <translation>Danke, dass Sie Cartographer bewerten.</translation>
+    </message>
+    <message>
+        <source>You will be asked again next month.</source>
+        <translation>Sie werden nächsten Monat wieder gefragt.</translation>
+    </message>
+    <message>
+        <source>You will not be asked again.</source>
+        <translation>Sie werden nicht wieder gefragt.</translation>
+    </message>
+    <message>
+        <source>What can we help you with?</source>
+        <translation>Womit können wir Ihnen helfen?</translation>
+    </message>
+</context>
 </TS>

@@ -1,6 +1,5 @@
 #include "Platform/Foundation/HTTP/HTTPWorker.h"
 
-#include "Platform/Foundation/HTTP/HTTPError.h"
 #include "Platform/Foundation/Plugin.h"
 
 #include <QCoreApplication>

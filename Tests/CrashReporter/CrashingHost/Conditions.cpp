@@ -15,6 +15,7 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -49,6 +50,16 @@ void tellOfUnwaitedChildren(int, siginfo_t *, void *)
 {
     if (::waitpid(-1, nullptr, __WALL | WNOHANG) != -1 || errno != ECHILD)
         say("a child is left\n");
+}
+
+void printForever()
+{
+    std::thread([] {
+        for (;;) {
+            for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+                static_cast<void>(::write(stream, "print", 5));
+        }
+    }).detach();
 }
 
 void useUpDescriptors()
@@ -95,6 +106,7 @@ const Conditions &conditionsAfter()
              for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
                  ::close(stream);
          }},
+        {u"printing thread"_s, printForever},
         {u"no descriptors"_s, useUpDescriptors},
         {u"small files only"_s, limitFileSize},
         {u"not dumpable"_s, [] { ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0); }},

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <latch>
 #include <malloc.h>
 #include <map>
 #include <memory>
@@ -149,11 +150,11 @@ struct CrashingExplanation : std::exception
 [[gnu::noinline]] void throwRuntimeError() { throw std::runtime_error("the map is upside down"); }
 
 /*! In a child that goes on without another program. The parent then ends as the child did. */
-void crashInForkedChild()
+void crashInForkedChild(void (*function)())
 {
     const pid_t child = ::fork();
     if (child == 0)
-        writeThroughNull();
+        function();
     std::printf("%d\n", child);
     int status = 0;
     ::waitpid(child, &status, 0);
@@ -196,7 +197,10 @@ const std::map<QString, void (*)()> &ways()
         {u"number"_s, throwNumber},
         {u"throwing explanation"_s, [] { throw ThrowingExplanation(); }},
         {u"crashing explanation"_s, [] { throw CrashingExplanation(); }},
-        {u"fork"_s, crashInForkedChild},
+        {u"fork"_s, [] { crashInForkedChild(writeThroughNull); }},
+        {u"overflow in fork"_s, [] { crashInForkedChild([] { overflowStack(0); }); }},
+        {u"overflow in fork of thread"_s,
+         [] { inThread([] { crashInForkedChild([] { overflowStack(0); }); }); }},
         {u"nothing"_s, [] {}},
     };
     return all;
@@ -206,14 +210,17 @@ const std::map<QString, void (*)()> &ways()
 
 void startWorkers(int count)
 {
+    static std::latch running(count); // A thread that has not begun has no frames of its own.
     for (int number = 1; number <= count; ++number) {
         std::thread thread([] {
+            running.count_down();
             for (;;)
                 ::pause();
         });
         ::pthread_setname_np(thread.native_handle(), ("worker " + std::to_string(number)).c_str());
         thread.detach();
     }
+    running.wait();
 }
 
 void crash(const QString &way) { ways().at(way)(); }

@@ -4,10 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include <QDesktopServices>
 #include <QDir>
 
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace Marblewick;
@@ -128,61 +128,40 @@ TEST_F(NSWorkspaceTest, AHostAddsTheExtensionsOfItsOwnPackages)
     EXPECT_FALSE(isPackage(u"Zurich.cartographer"_s));
 }
 
-namespace {
-
-/*! Takes the part of the user's program for a scheme. */
-class Browser : public QObject
+TEST_F(NSWorkspaceTest, AnAddedExtensionMayBeGivenWithItsDot)
 {
-    Q_OBJECT
-
-public:
-    explicit Browser(const QString &scheme)
-        : m_scheme(scheme)
-    {
-        QDesktopServices::setUrlHandler(scheme, this, "open");
-    }
-    ~Browser() override { QDesktopServices::unsetUrlHandler(m_scheme); }
-
-    Q_INVOKABLE void open(const QUrl &url) { opened.append(url); }
-
-    QList<QUrl> opened;
-
-private:
-    const QString m_scheme;
-};
-
-} // namespace
-
-TEST(NSWorkspaceURLs, OpensAnAddressOfTheWebAStoreOrAMailerWithTheUsersProgram)
-{
-    for (const QString &text :
-         {u"https://example.com/a?b=c#d"_s, u"http://example.com"_s, u"appstream://org.example.App"_s,
-          u"snap://app"_s, u"mailto:ada@example.com"_s}) {
-        const QUrl url(text);
-        const Browser browser(url.scheme());
-        EXPECT_TRUE(NSWorkspace::sharedWorkspace()->openURL(url));
-        EXPECT_EQ(browser.opened, QList{url});
-    }
+    makeFolder(u"Zurich.cartograph"_s);
+    NSWorkspace::sharedWorkspace()->addFilePackageExtension(u".cartograph"_s);
+    EXPECT_TRUE(isPackage(u"Zurich.cartograph"_s));
 }
 
-TEST(NSWorkspaceURLs, RefusesAnAddressThatLeadsIntoTheMachineOrHoldsWhatWouldBeRun)
+TEST_F(NSWorkspaceTest, AnAddedExtensionWithoutLettersMakesNoFolderAPackage)
 {
-    for (const QString &text :
-         {u"file:///etc/passwd"_s, u"FILE:///etc/passwd"_s, u"data:text/html,<b>x"_s,
-          u"javascript:alert(1)"_s, u"vbscript:x"_s, u"about:blank"_s, u"blob:https://example.com/1"_s,
-          u"view-source:http://example.com"_s, u"filesystem:http://example.com/x"_s, u"qrc:/x"_s}) {
-        const QUrl url(text);
-        const Browser browser(url.scheme());
-        EXPECT_FALSE(NSWorkspace::sharedWorkspace()->openURL(url)) << qPrintable(text);
-        EXPECT_EQ(browser.opened, QList<QUrl>());
-    }
+    makeFolder(u"Zurich"_s);
+    makeFolder(u"Zurich."_s);
+    makeFolder(u".cartograph"_s);
+    NSWorkspace::sharedWorkspace()->addFilePackageExtension({});
+    NSWorkspace::sharedWorkspace()->addFilePackageExtension(u"."_s);
+    for (const QString &name : {u"Zurich"_s, u"Zurich."_s, u".cartograph"_s, u"/"_s})
+        EXPECT_FALSE(isPackage(name)) << name.toStdString();
 }
 
-TEST(NSWorkspaceURLs, RefusesAnAddressThatIsNone)
+TEST_F(NSWorkspaceTest, AFrameworkIsAFolderEvenWhereItsExtensionWasAdded)
 {
-    EXPECT_FALSE(NSWorkspace::sharedWorkspace()->openURL({}));
-    EXPECT_FALSE(NSWorkspace::sharedWorkspace()->openURL(QUrl(u"/etc/passwd"_s)));
-    EXPECT_FALSE(NSWorkspace::sharedWorkspace()->openURL(QUrl(u"http://example.com:99999/"_s)));
+    makeFolder(u"Map.framework"_s);
+    NSWorkspace::sharedWorkspace()->addFilePackageExtension(u"framework"_s);
+    EXPECT_FALSE(isPackage(u"Map.framework"_s));
 }
 
-#include "NSWorkspaceTest.moc"
+TEST_F(NSWorkspaceTest, ExtensionsMayBeAddedWhileOtherThreadsAsk)
+{
+    makeFolder(u"Zurich.cartograph99"_s);
+    makeFolder(u"Zurich.cartograph100"_s);
+    std::jthread adding([] {
+        for (int i = 0; i < 100; ++i)
+            NSWorkspace::sharedWorkspace()->addFilePackageExtension(u"cartograph%1"_s.arg(i));
+    });
+    while (!isPackage(u"Zurich.cartograph99"_s)) { } // ctest ends a test that does not end
+    adding.join();
+    EXPECT_FALSE(isPackage(u"Zurich.cartograph100"_s));
+}

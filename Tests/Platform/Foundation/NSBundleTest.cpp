@@ -2,6 +2,7 @@
 
 #include "Tests/Platform/Foundation/RunFoundationHost.h"
 #include "Tests/Support/CapturedStandardError.h"
+#include "Tests/Support/InstalledTranslator.h"
 #include "Tests/Support/TemporaryHome.h"
 #include "Tests/Support/UnprivilegedChild.h"
 
@@ -11,7 +12,6 @@
 #include <QDir>
 #include <QFile>
 #include <QResource>
-#include <QTranslator>
 
 #include <sys/stat.h>
 #include <thread>
@@ -53,30 +53,6 @@ public:
 
 private:
     const QString m_file = QCoreApplication::applicationDirPath() + u"/FoundationTests.rcc"_s;
-};
-
-/*! A translator of one text, installed from construction to destruction. */
-class InstalledTranslator : public QTranslator
-{
-public:
-    InstalledTranslator(const char *context, const char *source, const QString &translation)
-        : m_context(context)
-        , m_source(source)
-        , m_translation(translation)
-    {
-        QCoreApplication::installTranslator(this);
-    }
-
-    QString translate(const char *context, const char *source, const char *, int) const override
-    {
-        return m_context == context && m_source == source ? m_translation : QString();
-    }
-    bool isEmpty() const override { return false; }
-
-private:
-    const QByteArray m_context;
-    const QByteArray m_source;
-    const QString m_translation;
 };
 
 } // namespace
@@ -225,6 +201,39 @@ TEST_F(NSBundleTest, TranslatesAnInformationPropertyWhereATranslatorKnowsIt)
     EXPECT_EQ(bundle.infoDictionary().value(u"CFBundleName"_s), u"Kite"_s);
     EXPECT_FALSE(bundle.objectForInfoDictionaryKey(u"CFBundleExecutable"_s).isValid());
     EXPECT_FALSE(bundle.objectForInfoDictionaryKey({}).isValid());
+}
+
+TEST_F(NSBundleTest, HasOnlyTheTranslatedInformationPropertiesInItsLocalizedDictionary)
+{
+    writeFile(m_beside, "<plist><dict><key>CFBundleName</key><string>Kite</string><key>Wind</key>"
+                        "<string>West</string></dict></plist>");
+    const NSBundle bundle(m_executable);
+    EXPECT_EQ(bundle.localizedInfoDictionary(), QVariantMap());
+    const InstalledTranslator wind("InfoPlist", "Wind", u"Westwind"_s);
+    EXPECT_EQ(bundle.localizedInfoDictionary(), (QVariantMap{{u"Wind"_s, u"Westwind"_s}}));
+}
+
+TEST_F(NSBundleTest, FindsPropertiesThatPeopleReadWhereTheyAreInTranslationOnly)
+{
+    const NSBundle bundle(m_executable);
+    for (const char *key :
+         {"CFBundleName", "CFBundleDisplayName", "CFBundleShortVersionString", "NSHumanReadableCopyright"}) {
+        const InstalledTranslator translator("InfoPlist", key, u"Übersetzt"_s);
+        EXPECT_EQ(bundle.localizedInfoDictionary(),
+                  (QVariantMap{{QString::fromLatin1(key), u"Übersetzt"_s}}));
+    }
+}
+
+TEST_F(NSBundleTest, ReadsTheBytesOfAResourceWhereverItLies)
+{
+    const RegisteredResources resources;
+    EXPECT_TRUE(NSBundle::contentsOfResourceAtPath(u":/Info.plist"_s, 4096)->contains("From a Qt resource"));
+    writeFile(m_beside, "beside");
+    EXPECT_EQ(NSBundle::contentsOfResourceAtPath(m_beside, 6), "beside");
+    NSError error;
+    EXPECT_EQ(NSBundle::contentsOfResourceAtPath(m_beside, 5, &error), std::nullopt);
+    EXPECT_NE(error.localizedDescription(), QString());
+    EXPECT_EQ(NSBundle::contentsOfResourceAtPath(m_shared, 4096), std::nullopt);
 }
 
 TEST_F(NSBundleTest, TranslatesATextOfItsTable)

@@ -1,8 +1,13 @@
+#include <Marblewick/NSFileManager.h>
 #include <Marblewick/NSPathUtilities.h>
 
 #include "Tests/Support/TemporaryHome.h"
 
 #include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 
 #include <pwd.h>
 #include <unistd.h>
@@ -97,6 +102,44 @@ TEST(NSPathUtilities, APathAndAComponentAreJoinedByOneSlash)
     EXPECT_EQ(stringByAppendingPathComponent(u"/a"_s, u"b"_s), u"/a/b"_s);
     EXPECT_EQ(stringByAppendingPathComponent(u"/a/"_s, u"b"_s), u"/a/b"_s);
     EXPECT_EQ(stringByAppendingPathComponent(u"/"_s, u"b"_s), u"/b"_s);
+}
+
+TEST(NSPathUtilities, ThePathOfAnItemIsResolvedToTheOneWithoutLinks)
+{
+    const TemporaryHome home;
+    const QString top = QFileInfo(home.path()).canonicalFilePath();
+    writeFile(top + "/a/b/file"_L1, "");
+    ASSERT_TRUE(QFile::link(u"a/b"_s, top + "/link"_L1));
+    ASSERT_TRUE(QFile::link(u"link/file"_s, top + "/linkToFile"_L1));
+    for (const char *path : {"/a/b", "/a//b/", "/a/./b", "/a/b/../b", "/link", "/link/"})
+        EXPECT_EQ(stringByResolvingSymlinksInPath(top + QLatin1StringView(path)), top + "/a/b"_L1) << path;
+    EXPECT_EQ(stringByResolvingSymlinksInPath(top + "/linkToFile"_L1), top + "/a/b/file"_L1);
+    EXPECT_EQ(stringByResolvingSymlinksInPath(u"/"_s), u"/"_s);
+
+    ASSERT_TRUE(QDir::setCurrent(top));
+    EXPECT_EQ(stringByResolvingSymlinksInPath(u"link"_s), top + "/a/b"_L1);
+    EXPECT_EQ(stringByResolvingSymlinksInPath(u"."_s), top);
+}
+
+TEST(NSPathUtilities, APathThatCannotBeResolvedStaysAsItIs)
+{
+    const TemporaryHome home;
+    ASSERT_TRUE(QDir::setCurrent(home.path()));
+    ASSERT_TRUE(QFile::link(u"nowhere"_s, u"dangling"_s));
+    ASSERT_TRUE(QFile::link(u"self"_s, u"self"_s));
+    const QString withNUL = u"dangling"_s + QChar(0);
+    for (const QString &path : {QString(), u"missing"_s, u"dangling"_s, u"self"_s, u"self/../x"_s, withNUL})
+        EXPECT_EQ(stringByResolvingSymlinksInPath(path), path);
+}
+
+TEST(NSPathUtilities, AResolvedPathMayHoldNamesThatAreNotUTF8)
+{
+    const TemporaryHome home;
+    const QString folder = home.path() + u'/' + NSFileManager::stringWithFileSystemRepresentation("caf\xe9");
+    ASSERT_TRUE(NSFileManager::defaultManager()->createDirectoryAtPath(folder));
+    EXPECT_EQ(stringByResolvingSymlinksInPath(folder + "/."_L1), folder);
+    // QTemporaryDir does not find it.
+    EXPECT_EQ(::rmdir(NSFileManager::fileSystemRepresentationWithPath(folder).constData()), 0);
 }
 
 TEST(NSPathUtilities, WithoutItsLastComponentAPathIsTheFolderThatTheItemLiesIn)

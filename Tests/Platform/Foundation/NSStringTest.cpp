@@ -84,6 +84,30 @@ TEST(NSString, WithAnythingElseIsNotBlank)
     EXPECT_FALSE(NSString::isBlank(QStringView(u"\0", 1)));
 }
 
+TEST(NSString, HasTheIntegerValueOfTheDigitsThatItBeginsWith)
+{
+    EXPECT_EQ(NSString::integerValue(u"12"), 12);
+    EXPECT_EQ(NSString::integerValue(u"007"), 7);
+    EXPECT_EQ(NSString::integerValue(u" \t\n\u00a0+13rc1.5"), 13);
+    EXPECT_EQ(NSString::integerValue(u"-4-2"), -4);
+}
+
+TEST(NSString, HasTheIntegerValue0WithoutLeadingDigits)
+{
+    for (const auto *text : {u"", u" ", u"x1", u"-", u"+-1", u"- 1", u".5", u"\u0663"})
+        EXPECT_EQ(NSString::integerValue(text), 0) << qPrintable(QString::fromUtf16(text));
+}
+
+TEST(NSString, HasTheNearestIntegerValueOfANumberOutOfRange)
+{
+    EXPECT_EQ(NSString::integerValue(u"9223372036854775807"), INT64_MAX);
+    EXPECT_EQ(NSString::integerValue(u"9223372036854775808"), INT64_MAX);
+    EXPECT_EQ(NSString::integerValue(u"-9223372036854775808"), INT64_MIN);
+    EXPECT_EQ(NSString::integerValue(u"-9223372036854775809"), INT64_MIN);
+    EXPECT_EQ(NSString::integerValue(QString(100, u'9')), INT64_MAX);
+    EXPECT_EQ(NSString::integerValue(u'-' + QString(100, u'9')), INT64_MIN);
+}
+
 TEST(NSString, EscapesLineBreaksAndTabulatorsByTheirLetters)
 {
     EXPECT_EQ(NSString::escapingControlCharacters(QStringView(u"a\nb\rc\td\0e", 9)), u"a\\nb\\rc\\td\\0e"_s);

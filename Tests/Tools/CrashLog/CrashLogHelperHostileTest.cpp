@@ -1,5 +1,6 @@
 #include "Tests/Tools/CrashLog/CrashedProgram.h"
 
+#include "Tests/Support/RawServer.h"
 #include "Tests/Support/TemporaryHome.h"
 #include "Tests/Support/UnprivilegedChild.h"
 
@@ -23,7 +24,11 @@ namespace {
 /*! The crashed process kills the helper after 3 seconds. */
 constexpr int timeLimit = 3000;
 
-QStringList withoutPtrace(const QString &what) { return {CrashedProgram::pathOf(u"WithoutPtrace"_s), what}; }
+/*! The leak sanitizer needs ptrace itself. */
+QStringList withoutPtrace(const QString &what)
+{
+    return {u"env"_s, u"ASAN_OPTIONS=detect_leaks=0"_s, CrashedProgram::pathOf(u"WithoutPtrace"_s), what};
+}
 
 QString topFrame() { return frameText(u"(anonymous namespace)::writeThrough(int volatile*)"_s, u"write"_s); }
 
@@ -96,6 +101,31 @@ TEST(CrashLogHelperRefused, ShowsWhereTheCrashWasWhereNothingOfTheProcessMayBeSe
                && shown.first().toObject().value("imageOffset"_L1).toInteger()
                       == crashed.record.registers[REG_RIP];
     }));
+}
+
+TEST(CrashLogHelperHostile, AsksNoServerForDebuggingInformationEvenWhereTheEnvironmentNamesOne)
+{
+    const QTemporaryDir answers; // What a server does not have is not asked for again.
+    qputenv("DEBUGINFOD_CACHE_PATH", answers.path().toUtf8());
+    const RawServer server([](RawServer::Connection &) {});
+    qputenv("DEBUGINFOD_URLS", server.url().toString().toUtf8());
+    const CrashedProgram crashed(u"write"_s, {}, CrashedProgram::pathOf(u"StrippedCrasher"_s));
+    EXPECT_EQ(runHelper(crashed.record).status, 0);
+    EXPECT_EQ(server.connectionCount(), 0);
+}
+
+TEST(CrashLogHelperHostile, SaysWhereThereWasNoTimeToFollowMillionsOfFrames)
+{
+    const QString crash = u"ulimit -s 200000 && exec %1 millions"_s.arg(CrashedProgram::pathOf(u"Crasher"_s));
+    const CrashedProgram crashed(u"-c"_s, {crash}, u"bash"_s);
+    QElapsedTimer timer;
+    timer.start();
+    const HelperResult result = runHelper(crashed.record);
+    EXPECT_LT(timer.elapsed(), timeLimit);
+    EXPECT_EQ(result.status, 0);
+    const QStringList texts = frameTexts(crashedThread(result.body));
+    EXPECT_THAT(texts.value(0).toStdString(), HasSubstr("recurse(int)"));
+    EXPECT_EQ(texts.value(texts.size() - 1), u"... and more, for which there was no time");
 }
 
 TEST(CrashLogHelperHostile, ReportsAProcessThatIsGone)

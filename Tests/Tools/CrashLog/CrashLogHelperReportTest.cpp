@@ -76,7 +76,8 @@ TEST(CrashLogHelperReport, NamesTheSystemTheMachineAndTheProcessAround)
 TEST(CrashLogHelperReport, NamesEachKindOfCrash)
 {
     const Crash crashes[] = {
-        {u"write"_s, u"EXC_BAD_ACCESS"_s, u"SIGSEGV"_s, u"SEGV_MAPERR at 0x0000000000000000"_s},
+        {u"write"_s, u"EXC_BAD_ACCESS"_s, u"SIGSEGV"_s, u"SEGV_MAPERR at 0x0000000000000000 (write)"_s},
+        {u"call"_s, u"EXC_BAD_ACCESS"_s, u"SIGSEGV"_s, u"SEGV_MAPERR at 0x0000000000000000 (execute)"_s},
         {u"read-only"_s, u"EXC_BAD_ACCESS"_s, u"SIGSEGV"_s, u"SEGV_ACCERR at 0x"_s},
         {u"wild"_s, u"EXC_BAD_ACCESS"_s, u"SIGSEGV"_s, u"SI_KERNEL"_s},
         {u"kill"_s, u"EXC_BAD_ACCESS"_s, u"SIGSEGV"_s, u"SI_TKILL by process "_s},

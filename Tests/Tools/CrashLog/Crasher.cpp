@@ -70,9 +70,17 @@ inline __attribute__((always_inline)) void passOn(volatile int *pointer)
     return recurse(depth - 1) + depth; // line: recursion
 }
 
+[[gnu::noinline]] int recurseWidely(int depth)
+{
+    volatile char room[1024];
+    room[0] = static_cast<char>(depth);
+    return recurseWidely(depth + 1) + room[0]; // line: wide recursion
+}
+
 void crashBelow(int frames) { recurse(frames); }
 
-void overflowStack() { recurse(-1); }
+void overflowStack() { recurseWidely(0); }
+void overflowByMillions() { recurse(-1); }
 
 /*! Crashes with all that is above on the stack overwritten. */
 [[gnu::noinline]] void crashOnGarbage()
@@ -212,6 +220,7 @@ int main(int argc, char **argv)
         {"inline", crashInInlinedFunction},
         {"recursion", [] { crashBelow(2000); }},
         {"overflow", overflowStack},
+        {"millions", overflowByMillions},
         {"read-only", writeReadOnly},
         {"mapping", writeBehindFile},
         {"secretive", crashSecretly},

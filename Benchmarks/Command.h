@@ -1,0 +1,6 @@
+#pragma once
+
+#include <QByteArray>
+
+/*! Runs a command of the shell, which must succeed, to its end and returns the first line of its output. */
+QByteArray firstLineOf(const QString &command);

@@ -1,0 +1,78 @@
+// Shows a panel for the first time, and prints how many milliseconds that takes from the call to the picture
+// on the screen: panel-host empty|about|feedback|news
+
+#include <Marblewick/MBWAboutPanel.h>
+#include <Marblewick/MBWFeedbackPanelController.h>
+#include <Marblewick/MBWNewsPanelController.h>
+
+#include <QApplication>
+#include <QDialog>
+#include <QElapsedTimer>
+#include <QPushButton>
+#include <QTimer>
+
+#include <cstdio>
+#include <cstdlib>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/*! Ends the process once a window has been drawn. */
+class Stopwatch : public QObject
+{
+public:
+    Stopwatch()
+    {
+        m_time.start();
+        qApp->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        const auto *const widget = qobject_cast<QWidget *>(watched);
+        if (event->type() == QEvent::Paint && widget && widget->isWindow() && !m_wasDrawn) {
+            m_wasDrawn = true;
+            QTimer::singleShot(0, this, &Stopwatch::stop); // when its parts are drawn, too
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    void stop()
+    {
+        std::printf("%f\n", static_cast<double>(m_time.nsecsElapsed()) / 1e6);
+        std::fflush(stdout);
+        std::_Exit(EXIT_SUCCESS);
+    }
+
+    QElapsedTimer m_time;
+    bool m_wasDrawn = false;
+};
+
+void show(const QString &panel)
+{
+    if (panel == u"news"_s)
+        return MBWNewsPanelController::sharedPanel()->showSubscribePanel();
+    if (panel == u"feedback"_s)
+        return MBWFeedbackPanelController::init().release()->showWindowForApplicationName(u"Cartographer"_s);
+    if (panel == u"about"_s)
+        return MBWAboutPanel::sharedAboutPanel()->showWindow();
+    (new QDialog)->show();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QApplication application(argc, argv);
+    QApplication::setApplicationName(u"BenchmarkHost"_s);
+    // A host has a window, for which the toolkit has loaded its fonts.
+    QPushButton window(u"The host's window"_s);
+    window.show();
+    QTimer::singleShot(100, &window, [] {
+        new Stopwatch;
+        show(QApplication::arguments().value(1));
+    });
+    return QApplication::exec();
+}

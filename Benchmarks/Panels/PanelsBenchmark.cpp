@@ -1,0 +1,31 @@
+#include "Benchmarks/Benchmarks.h"
+#include "Benchmarks/Comparison.h"
+#include "Benchmarks/Hosts/Launch.h"
+
+#include <QTemporaryDir>
+
+namespace {
+
+void benchmarkShowing(const char *name, const char *command)
+{
+    const Comparison showing{.ours = [command] { return launch(command); },
+                             .peer = [] { return launch("panel-host empty"); },
+                             .repetitions = 30};
+    printRatio(std::string("first showing of the ") + name + " / of an empty dialog", showing.run(), "ms",
+               "at most 3 x");
+}
+
+} // namespace
+
+void benchmarkPanels()
+{
+    const QTemporaryDir home;
+    qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
+    qputenv("XDG_RUNTIME_DIR", home.path().toUtf8());
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("QT_LOGGING_RULES", "default.warning=false"); // what offscreen windows cannot do
+
+    benchmarkShowing("About panel", "panel-host about");
+    benchmarkShowing("feedback panel", "panel-host feedback");
+    benchmarkShowing("news prompt", "panel-host news");
+}

@@ -1,0 +1,283 @@
+#include "Tests/Panels/AboutPanelHost.h"
+#include "Tests/Support/CapturedStandardError.h"
+#include "Tests/Support/UnprivilegedChild.h"
+
+#include <Marblewick/MBWAboutPanel.h>
+#include <Marblewick/NSWorkspace.h>
+
+#include <gtest/gtest.h>
+
+#include <QAbstractTextDocumentLayout>
+#include <QApplication>
+#include <QClipboard>
+#include <QScrollBar>
+#include <QStyleFactory>
+#include <QTest>
+#include <QTextBlock>
+#include <QTextBrowser>
+
+#include <optional>
+#include <sys/stat.h>
+
+using namespace Marblewick;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QColor lightText(230, 230, 230);
+
+QPalette darkPalette()
+{
+    QPalette palette(QColor(50, 50, 50));
+    palette.setColor(QPalette::Base, QColor(30, 30, 30));
+    palette.setColor(QPalette::Text, lightText);
+    palette.setColor(QPalette::Link, QColor(120, 180, 255));
+    return palette;
+}
+
+class AboutPanelCredits : public ::testing::Test
+{
+protected:
+    AboutPanelCredits()
+    {
+        QApplication::setStyle(QStyleFactory::create(u"Fusion"_s)); // whose palette can be changed
+        NSWorkspace::sharedWorkspace()->setURLOpener([this](const QUrl &url) {
+            opened.append(url);
+            return true;
+        });
+    }
+
+    void writeCredits(const QByteArray &contents, const QString &name = u"Credits.rtf"_s) const
+    {
+        host.writeResource(name, "{\\rtf1\\ansi " + contents + '}');
+    }
+
+    QTextBrowser *show()
+    {
+        panel.emplace(host.bundle()).showWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(panel->window()));
+        return panel->creditsView();
+    }
+
+    QString shownText() { return show()->toPlainText(); }
+
+    /*! The text that would be shown, and that loading it reports nothing. */
+    QString silentlyLoadedText()
+    {
+        const CapturedStandardError log;
+        panel.emplace(host.bundle()).window();
+        EXPECT_EQ(log.text(), QString());
+        return panel->creditsView()->toPlainText();
+    }
+
+    /*! Where a character is in the view. */
+    QPoint placeOf(int position) const
+    {
+        QTextCursor cursor(panel->creditsView()->document());
+        cursor.setPosition(position);
+        const QRect left = panel->creditsView()->cursorRect(cursor);
+        cursor.setPosition(position + 1);
+        return (left | panel->creditsView()->cursorRect(cursor)).center();
+    }
+
+    /*! The colour that is seen there. */
+    QColor colorOf(int position) const
+    {
+        return panel->creditsView()->viewport()->grab().toImage().pixelColor(placeOf(position));
+    }
+
+    const AboutPanelHost host;
+    QList<QUrl> opened; ///< what the desktop was asked to open
+    std::optional<MBWAboutPanel> panel;
+};
+
+/*! Four blocks, which fill the place of a character with its colour: black, nearly black, green, none given.
+ */
+const char *const coloredBlocks =
+    R"({\colortbl;\red0\green0\blue0;\red1\green0\blue0;\red0\green160\blue0;}\fs80)"
+    R"({\cf1\u9608 ?}{\cf2\u9608 ?}{\cf3\u9608 ?}{\u9608 ?})";
+
+} // namespace
+
+// Which file
+
+TEST_F(AboutPanelCredits, AreTheHostsResourceCredits)
+{
+    writeCredits("Thanks");
+    writeCredits("Store", u"MAS-Credits.rtf"_s);
+    EXPECT_EQ(shownText(), u"Thanks"_s);
+}
+
+TEST_F(AboutPanelCredits, AreThoseOfTheStoreWhereThereAreNoOthers)
+{
+    writeCredits("Store", u"MAS-Credits.rtf"_s);
+    EXPECT_EQ(shownText(), u"Store"_s);
+}
+
+TEST_F(AboutPanelCredits, DoNotDependOnTheVersionThatTheHostIs)
+{
+    host.setProperties("<key>MWIsDirectVersion</key><false/>");
+    writeCredits("Thanks");
+    writeCredits("Store", u"MAS-Credits.rtf"_s);
+    EXPECT_EQ(shownText(), u"Thanks"_s);
+    EXPECT_TRUE(panel->isMacAppStoreVersion());
+}
+
+TEST_F(AboutPanelCredits, AreEmptyWithoutAResource)
+{
+    EXPECT_EQ(silentlyLoadedText(), QString());
+    EXPECT_TRUE(panel->creditsView()->isHidden());
+}
+
+TEST_F(AboutPanelCredits, AreEmptyWhereTheFileMayNotBeReadAndTheOtherIsNotTakenForIt)
+{
+    writeCredits("Thanks");
+    writeCredits("Store", u"MAS-Credits.rtf"_s);
+    ASSERT_EQ(::chmod(host.path(u"Credits.rtf"_s).toUtf8().constData(), 0), 0);
+    EXPECT_TRUE(resultInUnprivilegedChild(host.folder(), [&] {
+        const CapturedStandardError log;
+        MBWAboutPanel about(host.bundle());
+        about.window();
+        return about.creditsView()->toPlainText().isEmpty() && log.text().isEmpty();
+    }));
+}
+
+TEST_F(AboutPanelCredits, AreEmptyWhereTheFileIsNoRichText)
+{
+    for (const QByteArray &contents :
+         {QByteArray(), QByteArray("Thanks"), QByteArray("\x89PNG\r\n\0\xff", 8)}) {
+        host.writeResource(u"Credits.rtf"_s, contents);
+        EXPECT_EQ(silentlyLoadedText(), QString()) << contents.toStdString();
+    }
+}
+
+TEST_F(AboutPanelCredits, AreEmptyForAMegabyteOfOpenBraces)
+{
+    writeCredits(QByteArray(1'000'000, '{'));
+    EXPECT_EQ(shownText(), QString());
+}
+
+TEST_F(AboutPanelCredits, ShowTheTextAroundAPictureAndAnObject)
+{
+    writeCredits(R"(a{\pict\pngblip 8950}b{\object{\*\objdata 01}{\result x}}c\u99999 ?\u-40000 ?)");
+    EXPECT_EQ(shownText(), u"abc\ufffd\ufffd"_s);
+}
+
+// How they look
+
+TEST_F(AboutPanelCredits, AreInsetByTenPoints)
+{
+    writeCredits("Thanks");
+    show();
+    EXPECT_EQ(panel->creditsView()->document()->documentMargin(), 10);
+    const QPointF corner = panel->creditsView()
+                               ->document()
+                               ->documentLayout()
+                               ->blockBoundingRect(panel->creditsView()->document()->firstBlock())
+                               .topLeft();
+    EXPECT_EQ(corner, QPointF(10, 10));
+}
+
+TEST_F(AboutPanelCredits, BlackTextHasThePalettesTextColorAndOtherColorsStay)
+{
+    writeCredits(coloredBlocks);
+    QApplication::setPalette(darkPalette());
+    show();
+    EXPECT_EQ(colorOf(0), lightText);
+    EXPECT_EQ(colorOf(1), QColor(1, 0, 0));
+    EXPECT_EQ(colorOf(2), QColor(0, 160, 0));
+    EXPECT_EQ(colorOf(3), lightText);
+}
+
+TEST_F(AboutPanelCredits, BlackTextFollowsThePaletteWhileItIsShown)
+{
+    QPalette light(Qt::white);
+    light.setColor(QPalette::Text, QColor(20, 20, 40));
+    QApplication::setPalette(light);
+    writeCredits(coloredBlocks);
+    show();
+    EXPECT_EQ(colorOf(0), QColor(20, 20, 40));
+    QApplication::setPalette(darkPalette());
+    EXPECT_TRUE(QTest::qWaitFor([&] { return colorOf(0) == lightText; }));
+    EXPECT_EQ(colorOf(2), QColor(0, 160, 0));
+}
+
+TEST_F(AboutPanelCredits, AreOnTheBackgroundOfTextWhichFollowsThePalette)
+{
+    writeCredits("Thanks");
+    QApplication::setPalette(darkPalette());
+    show();
+    EXPECT_EQ(panel->creditsView()->viewport()->grab().toImage().pixelColor(3, 3), QColor(30, 30, 30));
+    QApplication::setPalette(QPalette(Qt::white));
+    EXPECT_TRUE(QTest::qWaitFor([&] {
+        return panel->creditsView()->viewport()->grab().toImage().pixelColor(3, 3)
+               == QApplication::palette().color(QPalette::Base);
+    }));
+}
+
+TEST_F(AboutPanelCredits, HaveLinksInThePalettesColorAndKeepTheirPlaceWhenItChanges)
+{
+    writeCredits("\\fs80{\\field{\\*\\fldinst{HYPERLINK \"https://example.com/\"}}{\\fldrslt\\u9608 ?}}"
+                 + QByteArray("\\par line").repeated(100));
+    show();
+    QScrollBar *const scrollBar = panel->creditsView()->verticalScrollBar();
+    ASSERT_GT(scrollBar->maximum(), 300);
+    scrollBar->setValue(3);
+    QApplication::setPalette(darkPalette());
+    EXPECT_TRUE(QTest::qWaitFor([&] { return colorOf(0) == QColor(120, 180, 255); }));
+    EXPECT_EQ(scrollBar->value(), 3);
+}
+
+TEST_F(AboutPanelCredits, HaveLinksInTheColorOfTextWhereThePalettesIsHardToTellFromTheBackground)
+{
+    writeCredits(R"(\fs80{\field{\*\fldinst{HYPERLINK "https://example.com/"}}{\fldrslt\u9608 ?}})");
+    QPalette palette = darkPalette();
+    palette.setColor(QPalette::Link, Qt::blue);
+    QApplication::setPalette(palette);
+    show();
+    EXPECT_EQ(colorOf(0), lightText);
+}
+
+// What they do
+
+TEST_F(AboutPanelCredits, OpenALinkThatIsClicked)
+{
+    writeCredits(R"(\fs80{\field{\*\fldinst{HYPERLINK "https://example.com/%C3%A4"}}{\fldrslt site}})");
+    show();
+    QTest::mouseClick(panel->creditsView()->viewport(), Qt::LeftButton, {}, placeOf(1));
+    EXPECT_EQ(opened, QList<QUrl>{QUrl(u"https://example.com/%C3%A4"_s)});
+    EXPECT_EQ(panel->creditsView()->toPlainText(), u"site"_s);
+}
+
+TEST_F(AboutPanelCredits, OpenALinkByTheKeyboard)
+{
+    writeCredits(R"(see {\field{\*\fldinst{HYPERLINK "https://example.com/"}}{\fldrslt site}})");
+    show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(panel->window()));
+    panel->creditsView()->setFocus();
+    QTest::keyClick(panel->creditsView(), Qt::Key_Tab);
+    QTest::keyClick(panel->creditsView(), Qt::Key_Return);
+    EXPECT_EQ(opened, QList<QUrl>{QUrl(u"https://example.com/"_s)});
+}
+
+TEST_F(AboutPanelCredits, DoNotOpenALinkThatTheWorkspaceRefuses)
+{
+    writeCredits(R"(\fs80{\field{\*\fldinst{HYPERLINK "file:///etc/passwd"}}{\fldrslt site}})");
+    show();
+    QTest::mouseClick(panel->creditsView()->viewport(), Qt::LeftButton, {}, placeOf(1));
+    EXPECT_EQ(opened, QList<QUrl>());
+    EXPECT_EQ(panel->creditsView()->toPlainText(), u"site"_s);
+}
+
+TEST_F(AboutPanelCredits, CanBeCopiedButNotChanged)
+{
+    writeCredits("Thanks");
+    show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(panel->window()));
+    panel->creditsView()->setFocus();
+    QTest::keyClicks(panel->creditsView(), u"x"_s);
+    QTest::keySequence(panel->creditsView(), QKeySequence::SelectAll);
+    QTest::keySequence(panel->creditsView(), QKeySequence::Copy);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), u"Thanks"_s);
+    EXPECT_EQ(panel->creditsView()->toPlainText(), u"Thanks"_s);
+}

@@ -1,0 +1,175 @@
+#include "Tests/Panels/AboutPanelHost.h"
+#include "Tests/Support/WindowLooks.h"
+
+#include <Marblewick/MBWAboutPanel.h>
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QLabel>
+#include <QPainter>
+#include <QPushButton>
+#include <QTest>
+#include <QTextBrowser>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const char *const credits =
+    R"({\rtf1\ansi\ansicpg1252{\fonttbl\f0\fswiss Helvetica-Bold;\f1\fswiss Helvetica;})"
+    R"({\colortbl;\red0\green0\blue0;\red30\green120\blue190;}\pard\qc\sa120\f0\b\fs28\cf2 Cartographer\par)"
+    R"(\pard\sa80\f1\b0\fs24\cf1 Drawn by \b Ad\'e8le Lef\u232?vre\b0  and \i the surveyors of the coast\i0 .\par)"
+    R"(\pard\tx280\li280\fi-280{\listtext\u8226 ?\tab}Soundings and shoals: Imre \u336?ri\par)"
+    R"({\listtext\u8226 ?\tab}Lettering: \u8220 ?\u20013 ?\u25991 ?\u8221 ? and \ul Hebrew\ulnone  \u1513 ?\u1500 ?\par)"
+    R"(\pard\sb120 More at {\field{\*\fldinst{HYPERLINK "https://example.com/"}}{\fldrslt our web site}}.})";
+
+class AboutPanelLooks : public ::testing::Test
+{
+protected:
+    AboutPanelLooks()
+    {
+        QPixmap icon(64, 64);
+        icon.fill(Qt::transparent);
+        QPainter painter(&icon);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setBrush(QColor(30, 120, 190));
+        painter.drawEllipse(4, 4, 56, 56);
+        painter.end();
+        QGuiApplication::setWindowIcon(icon);
+        host.writeResource(u"Credits.rtf"_s, credits);
+    }
+
+    void show(const QByteArray &name = "Cartographer",
+              const QByteArray &copyright = "© 2026 The Cartographer makers")
+    {
+        host.setProperties(entry("CFBundleName", name) + entry("CFBundleShortVersionString", "2.1")
+                           + entry("CFBundleVersion", "345") + entry("NSHumanReadableCopyright", copyright)
+                           + entry("MWWebSiteURL", "https://example.com/"));
+        panel.emplace(host.bundle()).showWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(panel->window()));
+    }
+
+    void expectThatNothingIsCutOffOrCovered()
+    {
+        const QWidget *const window = panel->window();
+        QList<const QWidget *> parts{panel->creditsView()};
+        for (const QLabel *const label : window->findChildren<QLabel *>(Qt::FindDirectChildrenOnly)) {
+            if (label->isHidden())
+                continue;
+            parts.append(label);
+            EXPECT_GE(label->height(), label->heightForWidth(label->width())) << qPrintable(label->text());
+        }
+        EXPECT_EQ(parts.size(), 5);
+        for (const QPushButton *const button :
+             window->findChildren<QPushButton *>(Qt::FindDirectChildrenOnly)) {
+            parts.append(button);
+            EXPECT_GE(button->width(),
+                      button->fontMetrics().size(Qt::TextShowMnemonic, button->text()).width())
+                << qPrintable(button->text());
+        }
+        EXPECT_EQ(parts.size(), 7);
+        for (const QWidget *const part : parts) {
+            EXPECT_TRUE(window->rect().contains(part->geometry())) << qPrintable(part->objectName());
+            for (const QWidget *const other : parts)
+                EXPECT_TRUE(other == part || !other->geometry().intersects(part->geometry()))
+                    << qPrintable(part->objectName()) << " lies over " << qPrintable(other->objectName());
+        }
+    }
+
+    const AboutPanelHost host;
+    std::optional<MBWAboutPanel> panel;
+};
+
+} // namespace
+
+TEST_F(AboutPanelLooks, NothingIsCutOffInTheLightPalette)
+{
+    show();
+    expectThatNothingIsCutOffOrCovered();
+    keepPicture(panel->window(), u"about-light"_s);
+}
+
+TEST_F(AboutPanelLooks, EveryTextIsReadableInADarkPalette)
+{
+    useDarkPalette();
+    show();
+    for (const QWidget *const widget : panel->window()->findChildren<QWidget *>()) {
+        const bool isField = widget == panel->creditsView();
+        EXPECT_GE(contrast(widget->palette().color(isField ? QPalette::Text : QPalette::WindowText),
+                           widget->palette().color(isField ? QPalette::Base : QPalette::Window)),
+                  4.5)
+            << qPrintable(widget->objectName());
+    }
+    keepPicture(panel->window(), u"about-dark"_s);
+}
+
+TEST_F(AboutPanelLooks, EveryTextIsTranslatedAndNothingIsCutOffInAWordyLanguage)
+{
+    WordyTranslator translator("AboutPanel");
+    QCoreApplication::installTranslator(&translator);
+    show();
+    EXPECT_TRUE(panel->window()->windowTitle().startsWith(u"Übersetzt"));
+    EXPECT_TRUE(panel->creditsView()->accessibleName().startsWith(u"Übersetzt"));
+    for (const QPushButton *const button : panel->window()->findChildren<QPushButton *>()) {
+        EXPECT_TRUE(button->text().startsWith(u"Übersetzt")) << qPrintable(button->text());
+        EXPECT_TRUE(button->accessibleName().startsWith(u"Übersetzt"));
+    }
+    expectThatNothingIsCutOffOrCovered();
+    keepPicture(panel->window(), u"about-wordy"_s);
+}
+
+TEST_F(AboutPanelLooks, TheTextsFollowATranslatorThatIsInstalledWhileThePanelIsShown)
+{
+    show();
+    EXPECT_EQ(panel->window()->windowTitle(), u"About Cartographer"_s);
+    WordyTranslator translator("AboutPanel");
+    QCoreApplication::installTranslator(&translator);
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return panel->window()->windowTitle().startsWith(u"Übersetzt: About Cartographer"); }));
+    EXPECT_EQ(panel->window()->findChild<QLabel *>(u"versionLabel"_s)->text(), u"2.1 (345)"_s);
+}
+
+TEST_F(AboutPanelLooks, LongTextsAreWrapped)
+{
+    show("Cartographer for the Coasts, Rivers and Mountains of the Northern Hemisphere, Professional Edition",
+         QByteArray("© 2026 The makers of Cartographer and everybody who helped them. All rights reserved. ")
+             .repeated(4));
+    expectThatNothingIsCutOffOrCovered();
+    keepPicture(panel->window(), u"about-long"_s);
+    panel->window()->resize(panel->window()->minimumSize());
+    QTest::qWait(0);
+    expectThatNothingIsCutOffOrCovered();
+}
+
+TEST_F(AboutPanelLooks, IsMirroredWhereTheLanguageRunsFromRightToLeft)
+{
+    QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+    show();
+    expectThatNothingIsCutOffOrCovered();
+    const auto left = [&](const QString &name) {
+        return panel->window()->findChild<QWidget *>(name)->geometry().left();
+    };
+    EXPECT_GT(left(u"iconLabel"_s), left(u"nameLabel"_s));
+    EXPECT_GT(left(u"copyButton"_s), left(u"webSiteButton"_s));
+    const QImage name = panel->window()->findChild<QLabel *>(u"nameLabel"_s)->grab().toImage();
+    const auto isEmpty = [&](const QRect &part) {
+        const QImage image = name.copy(part);
+        return image == QImage(image).scaled(1, 1).scaled(image.size());
+    };
+    const int half = name.width() / 2;
+    EXPECT_TRUE(isEmpty({0, 0, half, name.height()}));
+    EXPECT_FALSE(isEmpty({half, 0, half, name.height()}));
+    keepPicture(panel->window(), u"about-right-to-left"_s);
+}
+
+TEST_F(AboutPanelLooks, IsAsHighAsItsTextsWithoutCredits)
+{
+    host.writeResource(u"Credits.rtf"_s, "");
+    show();
+    EXPECT_EQ(panel->window()->height(), panel->window()->minimumHeight());
+    EXPECT_LT(panel->window()->height(), 220);
+    keepPicture(panel->window(), u"about-without-credits"_s);
+}

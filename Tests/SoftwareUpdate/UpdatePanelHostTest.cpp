@@ -1,0 +1,84 @@
+#include "Tests/Support/TemporaryHome.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QProcess>
+
+using namespace Qt::StringLiterals;
+using ::testing::HasSubstr;
+
+namespace {
+
+/*! A host in a folder of its own. */
+class UpdatePanelHost : public ::testing::Test
+{
+protected:
+    UpdatePanelHost()
+    {
+        EXPECT_TRUE(QFile::copy(m_programs + u"UpdatePanelHost"_s, m_folder + u"UpdatePanelHost"_s));
+    }
+
+    /*! What the host prints. */
+    QString output(const QString &mode)
+    {
+        QProcess host;
+        host.setProcessEnvironment(m_environment);
+        host.start(m_folder + u"UpdatePanelHost"_s, {mode});
+        EXPECT_TRUE(host.waitForFinished()) << qPrintable(host.errorString());
+        log = QString::fromUtf8(host.readAllStandardError());
+        EXPECT_EQ(host.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(host.exitCode(), 0) << qPrintable(log);
+        return QString::fromUtf8(host.readAllStandardOutput());
+    }
+
+    void sellInAStore() const
+    {
+        writeFile(m_folder + u"Info.plist"_s,
+                  "<plist version=\"1.0\"><dict><key>MWBuildVersion</key><string></string></dict></plist>");
+    }
+
+    const TemporaryHome m_home;
+    const QString m_programs = QCoreApplication::applicationDirPath() + u'/';
+    const QString m_folder = m_home.temporaryFolder() + u'/';
+    QProcessEnvironment m_environment = QProcessEnvironment::systemEnvironment();
+    QString log;
+};
+
+} // namespace
+
+TEST_F(UpdatePanelHost, WithABuildVersionOfWhateverValueMoreInfoOpensTheStorePage)
+{
+    sellInAStore();
+    EXPECT_EQ(output(u"info"_s), u"appstream://com.example.app\n"_s);
+}
+
+TEST_F(UpdatePanelHost, WithABuildVersionMoreInfoOpensTheProductPageWhereTheRecordHasNoStorePage)
+{
+    sellInAStore();
+    EXPECT_EQ(output(u"info-without-store"_s), u"https://example.com/product\n"_s);
+}
+
+TEST_F(UpdatePanelHost, WithoutABuildVersionMoreInfoOpensTheProductPageEvenWhereThereIsAStorePage)
+{
+    EXPECT_EQ(output(u"info"_s), u"https://example.com/product\n"_s);
+}
+
+TEST_F(UpdatePanelHost, WithoutThePluginThePanelSaysWhatIsMissingAndTheLogWhy)
+{
+    for (const QString &library : {u"libMarblewickCore.so.0"_s, u"libMarblewickPanels.so.0"_s})
+        ASSERT_TRUE(QFile::copy(m_programs + u"../lib/"_s + library, m_folder + library));
+    m_environment.insert(u"LD_LIBRARY_PATH"_s, m_folder);
+    EXPECT_EQ(output(u"error"_s), u"The part of the application that shows web pages is missing.\n"_s);
+    EXPECT_THAT(log.toStdString(),
+                HasSubstr((m_folder + u"marblewick/marblewick-webview.so"_s).toStdString()));
+    EXPECT_THAT(log.toStdString(), HasSubstr("No such file or directory"));
+}
+
+TEST_F(UpdatePanelHost, WithoutWindowsShowsNothingAndSaysSo)
+{
+    EXPECT_EQ(output(u"windowless"_s), QString());
+    EXPECT_THAT(log.toStdString(), HasSubstr("a window needs a QApplication"));
+}
