@@ -20,7 +20,7 @@ bool isInstalled();
 
 /*! What is known before a crash: the names, the versions and the paths of the record, and the absolute path
    of the helper. Copied; what did not fit is cut. To be called before install() and whenever that changes.
-   Any thread.
+   One thread at a time.
 */
 void prepare(const CrashRecord &record, const char *helper);
 

@@ -17,41 +17,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-void expectThatNothingIsCutOffOrCovered(const QWidget *window)
-{
-    QList<const QWidget *> parts;
-    for (const QLabel *const label : window->findChildren<QLabel *>()) {
-        if (!label->isVisible() || label->text().isEmpty())
-            continue;
-        parts.append(label);
-        EXPECT_GE(label->height(), label->heightForWidth(label->width())) << qPrintable(label->text());
-    }
-    EXPECT_EQ(parts.size(), 2);
-    for (const QPushButton *const button : window->findChildren<QPushButton *>()) {
-        parts.append(button);
-        EXPECT_GE(button->width(), button->fontMetrics().size(Qt::TextShowMnemonic, button->text()).width())
-            << qPrintable(button->text());
-    }
-    const auto frame = [window](const QWidget *part) {
-        return QRect(part->mapTo(window, QPoint()), part->size());
-    };
-    for (const QWidget *const part : parts) {
-        EXPECT_TRUE(window->rect().contains(frame(part))) << qPrintable(part->objectName());
-        for (const QWidget *const other : parts)
-            EXPECT_TRUE(other == part || !frame(other).intersects(frame(part)))
-                << qPrintable(part->objectName()) << " lies over " << qPrintable(other->objectName());
-    }
-}
-
-void expectThatEveryTextIsReadable(const QWidget *window)
-{
-    for (const QWidget *const part : window->findChildren<QWidget *>())
-        EXPECT_GE(
-            contrast(part->palette().color(QPalette::WindowText), part->palette().color(QPalette::Window)),
-            4.5)
-            << qPrintable(part->objectName());
-}
-
 class PanelLooks : public ::testing::Test
 {
 protected:
