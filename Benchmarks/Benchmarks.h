@@ -6,6 +6,7 @@ void benchmarkChecksum();
 void benchmarkCrashLog();
 void benchmarkCrashLogInstall();
 void benchmarkEncryption();
+void benchmarkException();
 void benchmarkFeed();
 void benchmarkHexadecimal();
 void benchmarkLaunch();

@@ -33,6 +33,7 @@ int main(int argc, char **argv)
         {QStringLiteral("feed"), benchmarkFeed},
         {QStringLiteral("update"), benchmarkUpdateCheck},
         {QStringLiteral("log"), benchmarkLog},
+        {QStringLiteral("exception"), benchmarkException},
         {QStringLiteral("panels"), benchmarkPanels},
         {QStringLiteral("richtext"), benchmarkRichText},
         {QStringLiteral("hexadecimal"), benchmarkHexadecimal},

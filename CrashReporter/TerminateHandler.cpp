@@ -1,54 +1,30 @@
 #include "CrashReporter/TerminateHandler.h"
 
 #include "CrashReporter/UncaughtException.h"
+#include "Platform/ExceptionHandling/ExceptionDescription.h"
+#include "Platform/ExceptionHandling/TerminateHandler.h"
 
-#include <cstdlib>
-#include <cxxabi.h>
-#include <exception>
-#include <memory>
-#include <typeinfo>
+#include <array>
+
+using namespace Marblewick;
 
 namespace {
 
-constinit std::terminate_handler formerHandler = nullptr;
-
-void tellType()
+void tellType(const Termination &termination)
 {
-    const std::type_info *const type = abi::__cxa_current_exception_type();
-    if (!type)
-        return;
-    const std::unique_ptr<char, decltype(&std::free)> demangled(
-        abi::__cxa_demangle(type->name(), nullptr, nullptr, nullptr), &std::free);
-    uncaughtException.setType(demangled ? demangled.get() : type->name());
+    if (uncaughtException.claim())
+        uncaughtException.setType(typeNameOfException(termination.exception));
 }
 
-void tellText()
+/*! After the type, because what() may crash. */
+void tellText(const Termination &termination)
 {
-    const std::exception_ptr exception = std::current_exception();
-    if (!exception)
-        return;
-    try {
-        std::rethrow_exception(exception);
-    } catch (const std::exception &known) {
-        if (const char *const text = known.what())
-            uncaughtException.setText(text);
-    } catch (...) { // Of others the type alone is known.
-    }
+    if (const auto text = textOfException(termination.exception))
+        uncaughtException.setText(*text);
 }
 
-/*! The type is told before the text is asked for, because what() may crash, or throw, which comes here again.
- */
-[[noreturn]] void terminate()
-{
-    if (uncaughtException.claim()) {
-        tellType();
-        tellText();
-    }
-    if (formerHandler)
-        formerHandler();
-    std::abort();
-}
+constexpr std::array<TerminationStep, 2> steps = {tellType, tellText};
 
 } // namespace
 
-void installTerminateHandler() { formerHandler = std::set_terminate(&terminate); }
+void installTerminateHandler() { setRecordingSteps(steps); }

@@ -117,7 +117,7 @@ bool playCrashScene()
     say(u"\n2. The next launch, and a crash."_s);
     if (Host::hasDisplay())
         say(u"   Click beyond the edge of the map."_s);
-    if (!host.crash(options)) {
+    if (!host.crash(options + QStringList{u"--crash"_s})) {
         say(u"  Unexpected: the host did not crash."_s);
         return false;
     }

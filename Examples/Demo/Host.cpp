@@ -33,10 +33,7 @@ QString Host::logFolder() const { return m_home + u"/data/Cartographer/Logs"_s; 
 
 bool Host::launch(const QStringList &options) const { return run(options) == End::Quit; }
 
-bool Host::crash(const QStringList &options) const
-{
-    return run(options + QStringList{u"--crash"_s}) == End::Crash;
-}
+bool Host::crash(const QStringList &options) const { return run(options) == End::Crash; }
 
 std::optional<Host::End> Host::run(QStringList arguments) const
 {

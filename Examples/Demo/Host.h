@@ -25,9 +25,7 @@ public:
        failed.
     */
     bool launch(const QStringList &options) const;
-    /*! The same, until it has crashed, by the user's hand where there is a display; false where it could not
-       be launched or did not crash.
-    */
+    /*! The same, until it has crashed; false where it could not be launched or did not crash. */
     bool crash(const QStringList &options) const;
 
 private:

@@ -29,6 +29,16 @@ void printLog(const QString &path)
         say(u"  |   "_s + QString::fromUtf8(line));
 }
 
+bool namesTheThrow(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray log = file.readAll();
+    return log.contains("Uncaught exception std::runtime_error: the map ")
+           && log.contains("     1\treadMarks at ") && log.contains("MapWindow.cpp:");
+}
+
 } // namespace
 
 bool playLogScene()
@@ -55,5 +65,21 @@ bool playLogScene()
 
     say(u"\n2. What the last launch wrote to standard error:"_s);
     printLog(host.logFolder() + u'/' + logs(host).last());
+
+    say(u"\n3. A launch that shall open a map which is not there, and does not catch what is thrown:"_s);
+    waitForTheNextSecond();
+    if (!host.crash({u"--log"_s, u"--map"_s, host.logFolder() + u"/atlantis.map"_s})) {
+        say(u"  Unexpected: the host did not end by the exception."_s);
+        return false;
+    }
+    const QString path = host.logFolder() + u'/' + logs(host).last();
+    printLog(path);
+    if (!namesTheThrow(path)) {
+        say(u"  Unexpected: the log does not name the exception and its place."_s);
+        return false;
+    }
+    say(u"  The log says what was thrown, and its first frames say where. Like any crash it also left a crash"
+        " log:\n  "_s
+        + QDir(host.crashLogFolder()).entryList(QDir::Files).value(0));
     return true;
 }

@@ -22,7 +22,7 @@ int main(int argc, char **argv)
     const CLI::App *const update = commandLine.add_subcommand(
         "update", "a new release, what the user can do about it, and a check that fails");
     const CLI::App *const log = commandLine.add_subcommand(
-        "log", "eleven launches, each with a log file, of which ten are kept");
+        "log", "eleven launches, each with a log file, of which ten are kept, and the log of one that threw");
     const CLI::App *const panels = commandLine.add_subcommand(
         "panels", "the panels that a host asks its users with, in light and dark");
     const CLI::App *const utilities = commandLine.add_subcommand(

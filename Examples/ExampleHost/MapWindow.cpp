@@ -3,12 +3,15 @@
 #include <Marblewick/MBWSWUpdateChecker.h>
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QMenuBar>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QStatusBar>
+#include <QTextStream>
 
 #include <algorithm>
+#include <stdexcept>
 #include <vector>
 
 namespace {
@@ -30,6 +33,13 @@ public:
         for (int column = 0; column < columns; ++column)
             m_sheets.push_back({QRectF(column * sheetSize, 0, sheetSize, sheetSize), {}});
         setMinimumSize(columns * sheetSize + edge, sheetSize + edge);
+    }
+
+    void setMark(const QPointF &position)
+    {
+        // The fault that the demo's crash is about: nobody thought of a click beyond the edge.
+        sheetAt(position)->marks.push_back(position);
+        update();
     }
 
 protected:
@@ -66,19 +76,26 @@ private:
         return sheet == m_sheets.end() ? nullptr : &*sheet;
     }
 
-    void setMark(const QPointF &position)
-    {
-        // The fault that the demo is about: nobody thought of a click beyond the edge.
-        sheetAt(position)->marks.push_back(position);
-        update();
-    }
-
     static constexpr int columns = 2;
     static constexpr int sheetSize = 320;
     static constexpr int gridSize = 40;
     static constexpr int edge = 24;
     std::vector<Sheet> m_sheets;
 };
+
+std::vector<QPointF> readMarks(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        throw std::runtime_error("the map " + path.toStdString() + " cannot be read");
+    std::vector<QPointF> marks;
+    QTextStream numbers(&file);
+    qreal x = 0;
+    qreal y = 0;
+    while ((numbers >> x >> y).status() == QTextStream::Ok)
+        marks.emplace_back(x, y);
+    return marks;
+}
 
 } // namespace
 
@@ -90,6 +107,14 @@ MapWindow::MapWindow()
     QMenu *const fileMenu = menuBar()->addMenu(tr("&File"));
     fileMenu->addAction(tr("&Quit"), QKeySequence::Quit, this, &QWidget::close);
     statusBar()->showMessage(tr("Click to set a mark."));
+}
+
+void MapWindow::openMap(const QString &path)
+{
+    // The fault that the demo's log is about: nobody catches what is thrown about a map that has gone.
+    auto *const map = static_cast<Map *>(centralWidget());
+    for (const QPointF &mark : readMarks(path))
+        map->setMark(mark);
 }
 
 void MapWindow::showOutcomeOf(const MBWSWUpdateChecker &checker)

@@ -12,6 +12,9 @@ class MapWindow : public QMainWindow
 public:
     MapWindow();
 
+    /*! Sets the marks that a file names: pairs of numbers, right and down. */
+    void openMap(const QString &path);
+
     /*! Says in the status bar how a check for updates ends, where no panel does. */
     void showOutcomeOf(const MBWSWUpdateChecker &checker);
 };

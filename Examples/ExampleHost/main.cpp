@@ -8,6 +8,7 @@
 
 #include <Marblewick/MBWCrashLogWriter.h>
 #include <Marblewick/MBWCrashReportController.h>
+#include <Marblewick/MBWExceptionHandler.h>
 #include <Marblewick/MBWLogManager.h>
 #include <Marblewick/MBWSWUpdateChecker.h>
 #include <Marblewick/NSLog.h>
@@ -34,6 +35,15 @@ void keepLogFile()
     logs->redirectStandardErrorToFileAtPath(logs->applicationLogFile());
     Marblewick::NSLog(u"%@ %@ was launched",
                       {QApplication::applicationName(), QApplication::applicationVersion()});
+}
+
+/*! With its place, also where Qt or a destructor stood between that and the end. */
+void logUncaughtExceptions()
+{
+    MBWExceptionHandler::sharedHandler();
+    auto *const handler = Marblewick::NSExceptionHandler::defaultExceptionHandler();
+    handler->setRecordsThrows(true);
+    handler->setExceptionHandlingMask(Marblewick::NSLogUncaughtExceptionMask);
 }
 
 } // namespace
@@ -65,12 +75,15 @@ int main(int argc, char **argv)
     const QCommandLineOption quit(u"quit"_s, u"Quit as soon as the window is there."_s);
     const QCommandLineOption crash(u"crash"_s, u"With --drive: be made to crash."_s);
     const QCommandLineOption panels(u"panels"_s, u"Show the panels of the Help menu."_s);
-    arguments.addOptions({reportURL, pictures, crash, feedURL, updateAnswer, log, quit, panels});
+    const QCommandLineOption map(u"map"_s, u"Open a map."_s, u"file"_s);
+    arguments.addOptions({reportURL, pictures, crash, feedURL, updateAnswer, log, quit, panels, map});
     arguments.addHelpOption();
     arguments.process(application);
 
-    if (arguments.isSet(log))
+    if (arguments.isSet(log)) {
         keepLogFile();
+        logUncaughtExceptions();
+    }
 
     std::unique_ptr<AutoPilot> autoPilot;
     if (arguments.isSet(pictures) && !arguments.isSet(panels))
@@ -85,6 +98,8 @@ int main(int argc, char **argv)
     auto *const helpMenu = new HelpMenu(&window);
     window.menuBar()->addMenu(helpMenu);
     window.show();
+    if (arguments.isSet(map))
+        QTimer::singleShot(0, &window, [&] { window.openMap(arguments.value(map)); });
 
     std::shared_ptr<MBWSWUpdateChecker> updateChecker;
     if (arguments.isSet(feedURL)) {

@@ -1,0 +1,328 @@
+#include <Marblewick/MBWExceptionHandler.h>
+
+#include "Tests/Support/CapturedStandardError.h"
+#include "Tests/Support/TemporaryHome.h"
+#include "Tests/Support/UnprivilegedChild.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QRegularExpression>
+
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+using namespace Marblewick;
+using namespace Qt::StringLiterals;
+using testing::AllOf;
+using testing::Ge;
+using testing::Lt;
+
+namespace {
+
+NSException exceptionWithStackTrace(const QVariant &stackTrace)
+{
+    return {u"MapException"_s, u"no north"_s, {{NSStackTraceKey, stackTrace}}};
+}
+
+/*! A user info that cannot be read: its conversion to a string throws. */
+struct UnreadableStackTrace
+{ };
+
+/*! A handler whose symbolizer is a shell script, and what both write. */
+class ExceptionHandler : public ::testing::Test
+{
+protected:
+    /*! Makes the symbolizer. */
+    void writeSymbolizer(const QByteArray &script) const
+    {
+        writeFile(symbolizer, "#!/bin/sh\n" + script + '\n');
+        QFile::setPermissions(symbolizer, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner
+                                              | QFile::ReadOther | QFile::ExeOther);
+    }
+
+    /*! Hands over an exception, and keeps what is written meanwhile. */
+    bool shouldLog(const QVariant &stackTrace, quint64 mask = NSLogUncaughtExceptionMask)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        const CapturedStandardError standardError;
+        const bool result = MBWExceptionHandler(symbolizer)
+                                .exceptionHandlerShouldLogException(
+                                    NSExceptionHandler::defaultExceptionHandler(),
+                                    exceptionWithStackTrace(stackTrace), mask);
+        written = standardError.text();
+        milliseconds = timer.elapsed();
+        return result;
+    }
+
+    /*! Whether the path without a symbolizer was taken, and led to that many symbols. */
+    bool isFallback(qsizetype symbols) const
+    {
+        const QStringList lines = written.split(u'\n', Qt::SkipEmptyParts);
+        return lines.size() == 1 + symbols && lines.first().endsWith(u"] printing backtrace"_s)
+               && lines.sliced(1).filter(QRegularExpression(u"\\[0x[0-9a-f]+\\]$"_s)).size() == symbols;
+    }
+
+    const TemporaryHome home;
+    const QString symbolizer = home.path() + u"/it's a symbolizer"_s;
+    QString written;
+    qint64 milliseconds = 0;
+};
+
+} // namespace
+
+TEST(MBWExceptionHandler, TheSharedHandlerIsTheDelegateAndLeavesTheMaskToTheHost)
+{
+    MBWExceptionHandler *const handler = MBWExceptionHandler::sharedHandler();
+    EXPECT_EQ(NSExceptionHandler::defaultExceptionHandler()->delegate(), handler);
+    EXPECT_EQ(MBWExceptionHandler::sharedHandler(), handler);
+    EXPECT_EQ(NSExceptionHandler::defaultExceptionHandler()->exceptionHandlingMask(), 0U);
+}
+
+TEST_F(ExceptionHandler, AnExceptionWithoutAStackTraceIsThePlatformsToLog)
+{
+    writeSymbolizer("echo symbol");
+    const CapturedStandardError standardError;
+    MBWExceptionHandler handler(symbolizer);
+    const NSException exception(u"MapException"_s, u"no north"_s, {{u"sheet"_s, 7}});
+    EXPECT_TRUE(handler.exceptionHandlerShouldLogException(nullptr, exception, 1));
+    EXPECT_EQ(standardError.text(), QString());
+}
+
+TEST_F(ExceptionHandler, TheSymbolizersLinesAreNumberedAndDemangled)
+{
+    writeSymbolizer("echo _ZN3Map4openEv at map.cpp:7; echo main at main.cpp:3");
+    EXPECT_FALSE(shouldLog(u"0x1000 0x2000"_s));
+    EXPECT_EQ(written, u"     1\tMap::open() at map.cpp:7\n     2\tmain at main.cpp:3\n"_s);
+}
+
+TEST_F(ExceptionHandler, TheSymbolizerIsAskedForTheCallBeforeEachReturnAddressInThisProcess)
+{
+    writeSymbolizer(R"(echo "${DEBUGINFOD_URLS-unset}|$*")");
+    qputenv("DEBUGINFOD_URLS", "https://example.com");
+    EXPECT_FALSE(shouldLog(u"0x1000 7ffff7dd5001 0XABC"_s));
+    EXPECT_EQ(written, u"     1\t|-p %1 -f --pretty-print 0xfff 0x7ffff7dd5000 0xabb\n"_s.arg(::getpid()));
+}
+
+TEST_F(ExceptionHandler, TheMaskAndTheSenderHaveNoInfluence)
+{
+    writeSymbolizer("echo symbol");
+    for (const quint64 mask : {quint64(0), quint64(2), ~quint64(0)}) {
+        EXPECT_FALSE(shouldLog(u"0x1000"_s, mask));
+        EXPECT_EQ(written, u"     1\tsymbol\n"_s);
+        EXPECT_TRUE(shouldLog(u"nothing"_s, mask));
+    }
+}
+
+TEST_F(ExceptionHandler, TheOutputIsWrittenInChunksOf512BytesUnchanged)
+{
+    const QByteArray line(1492, 'm'); // with its number, a tabulator and a line break 1500 bytes
+    writeSymbolizer("echo " + line);
+    int sockets[2] = {-1, -1};
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, sockets), 0); // It keeps each write apart.
+    const int original = ::dup(STDERR_FILENO);
+    ::dup2(sockets[0], STDERR_FILENO);
+    const bool result = MBWExceptionHandler(symbolizer)
+                            .exceptionHandlerShouldLogException(nullptr, exceptionWithStackTrace(u"0x1"_s),
+                                                                1);
+    ::dup2(original, STDERR_FILENO);
+    ::close(original);
+    ::close(sockets[0]);
+    EXPECT_FALSE(result);
+
+    QByteArray all;
+    std::vector<ssize_t> sizes;
+    char packet[4096];
+    while (const ssize_t size = ::recv(sockets[1], packet, sizeof packet, 0)) {
+        ASSERT_GT(size, 0);
+        sizes.push_back(size);
+        all.append(packet, size);
+    }
+    ::close(sockets[1]);
+    EXPECT_THAT(sizes, testing::ElementsAre(512, 512, 476));
+    EXPECT_EQ(all, "     1\t" + line + '\n');
+}
+
+TEST_F(ExceptionHandler, WithoutASymbolizerTheAddressesAreWrittenAsTheSystemKnowsThem)
+{
+    EXPECT_FALSE(shouldLog(u"0x1000 0x2000"_s));
+    EXPECT_TRUE(isFallback(2)) << qPrintable(written);
+    EXPECT_TRUE(written.endsWith(u"[0x1000]\n[0x2000]\n"_s));
+}
+
+TEST_F(ExceptionHandler, WithoutASymbolizerAddressesHave32Bits)
+{
+    EXPECT_FALSE(shouldLog(u"0x123456789abc ffffffffffffffff1"_s));
+    EXPECT_TRUE(written.endsWith(u"[0x56789abc]\n[0xfffffff1]\n"_s)) << qPrintable(written);
+}
+
+TEST_F(ExceptionHandler, WithoutASymbolizerAddressesEndAtTheFirstThatIsNone)
+{
+    EXPECT_FALSE(shouldLog(u"  1\n2\tmap 3"_s));
+    EXPECT_TRUE(isFallback(2)) << qPrintable(written);
+}
+
+TEST_F(ExceptionHandler, AStackTraceThatBeginsWithNoAddressIsThePlatformsToLog)
+{
+    for (const bool hasSymbolizer : {false, true}) {
+        if (hasSymbolizer)
+            writeSymbolizer("echo symbol");
+        for (const QVariant &stackTrace :
+             {QVariant(u"map 0x1000"_s), QVariant(u""_s), QVariant(u" \t"_s), QVariant(u"; 1"_s),
+              QVariant(u"-1"_s), QVariant(QVariantList{1, 2})}) {
+            EXPECT_TRUE(shouldLog(stackTrace)) << qPrintable(stackTrace.toString());
+            EXPECT_EQ(written, QString());
+        }
+    }
+}
+
+TEST_F(ExceptionHandler, NothingButAddressesAndBlanksReachesTheShell)
+{
+    writeSymbolizer("touch \"$0 ran\"; echo symbol");
+    const QString mark = home.path() + u"/mark"_s;
+    for (const QString &attempt : {u"0x1; touch MARK"_s,
+                                   u"0x1 $(touch MARK)"_s,
+                                   u"0x1 `touch MARK`"_s,
+                                   u"0x1\ntouch MARK"_s,
+                                   u"0x1\rtouch MARK"_s,
+                                   u"0x1 | touch MARK"_s,
+                                   u"0x1 & touch MARK"_s,
+                                   u"0x1 && touch MARK"_s,
+                                   u"0x1 ' ; touch MARK '"_s,
+                                   u"0x1; done); touch MARK; $(for a in 1"_s,
+                                   u"0x1 > MARK"_s,
+                                   u"0x1 ${HOME}"_s,
+                                   u"0x1 *"_s,
+                                   u"0x1 ~"_s,
+                                   u"0x1 \\"_s,
+                                   u"0x1 #"_s,
+                                   u"0x1\u00a0"
+                                   u"2"_s,
+                                   u"0x1 \uff11"_s,
+                                   u"0x1 0xg"_s,
+                                   u"0x1 -2"_s,
+                                   u"0x1\n"_s,
+                                   u"0x1\0"
+                                   u"2"_s}) {
+        EXPECT_FALSE(shouldLog(QString(attempt).replace(u"MARK"_s, mark))) << qPrintable(attempt);
+        EXPECT_TRUE(written.contains(u"] printing backtrace\n"_s)) << qPrintable(written);
+        EXPECT_FALSE(QFile::exists(mark)) << qPrintable(attempt);
+        EXPECT_FALSE(QFile::exists(symbolizer + u" ran"_s)) << qPrintable(attempt);
+    }
+    EXPECT_FALSE(shouldLog(u" 1  0xAbC\t0X2 "_s));
+    EXPECT_EQ(written, u"     1\tsymbol\n"_s) << "addresses do reach it";
+    EXPECT_TRUE(QFile::exists(symbolizer + u" ran"_s));
+}
+
+TEST_F(ExceptionHandler, MoreAddressesThanTheShellTakesAreWrittenWithoutTheSymbolizer)
+{
+    writeSymbolizer("echo symbol");
+    EXPECT_FALSE(shouldLog(u"0x7ffff7dd5001 "_s.repeated(10'000)));
+    EXPECT_TRUE(isFallback(10'000)) << qPrintable(written.first(200));
+}
+
+TEST_F(ExceptionHandler, WhatAHungSymbolizerPrintedStands)
+{
+    writeSymbolizer("echo symbol; exec sleep 1000");
+    EXPECT_FALSE(shouldLog(u"0x1000"_s));
+    EXPECT_TRUE(written.startsWith(u"     1\tsymbol\n"_s)) << qPrintable(written);
+    EXPECT_THAT(milliseconds, AllOf(Ge(5'000), Lt(9'000)));
+}
+
+TEST_F(ExceptionHandler, ASymbolizerThatDoesNotWantToEndIsEndedWithWhatItStarted)
+{
+    writeSymbolizer("trap '' TERM; echo symbol; while :; do sleep 1; done");
+    EXPECT_FALSE(shouldLog(u"0x1000"_s));
+    EXPECT_TRUE(written.contains(u"     1\tsymbol\n"_s)) << qPrintable(written);
+    EXPECT_THAT(milliseconds, AllOf(Ge(6'000), Lt(9'000)));
+}
+
+TEST_F(ExceptionHandler, WhatAKilledSymbolizerPrintedStands)
+{
+    writeSymbolizer("echo symbol; kill -KILL $$");
+    EXPECT_FALSE(shouldLog(u"0x1000"_s));
+    EXPECT_TRUE(written.contains(u"     1\tsymbol\n"_s)) << qPrintable(written);
+    EXPECT_LT(milliseconds, 4'000);
+}
+
+TEST_F(ExceptionHandler, AMegabyteOfSymbolsIsWrittenWhole)
+{
+    writeSymbolizer("yes symbol | head -c 1000000");
+    EXPECT_FALSE(shouldLog(u"0x1000"_s));
+    EXPECT_EQ(written.count(u"\tsymbol\n"_s), 1'000'000 / 7);
+    EXPECT_TRUE(written.endsWith(u"\ts"_s)) << "a line that was cut";
+}
+
+TEST_F(ExceptionHandler, ASymbolizerThatFailsOrCannotRunLeavesNoLines)
+{
+    writeSymbolizer("exit 1");
+    EXPECT_FALSE(shouldLog(u"0x1000"_s));
+    EXPECT_EQ(written, QString());
+    QFile::setPermissions(symbolizer, QFile::ReadOwner);
+    EXPECT_FALSE(shouldLog(u"0x1000"_s));
+    EXPECT_TRUE(written.contains(u"Permission denied"_s)) << qPrintable(written);
+}
+
+TEST_F(ExceptionHandler, AnExceptionWhileLoggingIsLoggedInItsStead)
+{
+    QMetaType::registerConverter<UnreadableStackTrace, QString>(
+        [](const UnreadableStackTrace &) -> QString { throw NSException(u"MapException"_s, u"no south"_s); });
+    EXPECT_TRUE(shouldLog(QVariant::fromValue(UnreadableStackTrace())));
+    EXPECT_TRUE(written.endsWith(u"] Hot damn! We got an exception while logging an exception: "
+                                 "MapException: no south\n"_s))
+        << qPrintable(written);
+    EXPECT_EQ(written.count(u'\n'), 1);
+}
+
+TEST_F(ExceptionHandler, TwoThreadsMayLogAtOnce)
+{
+    writeSymbolizer("echo symbol of $5");
+    const CapturedStandardError standardError;
+    MBWExceptionHandler handler(symbolizer);
+    const auto log = [&](const QString &address) {
+        for (int count = 0; count < 20; ++count)
+            EXPECT_FALSE(
+                handler.exceptionHandlerShouldLogException(nullptr, exceptionWithStackTrace(address), 1));
+    };
+    std::thread other([&] { log(u"0x1"_s); });
+    log(u"0x2"_s);
+    other.join();
+    EXPECT_EQ(standardError.text().count(u"     1\tsymbol of 0x0\n"_s), 20);
+    EXPECT_EQ(standardError.text().count(u"     1\tsymbol of 0x1\n"_s), 20);
+}
+
+TEST_F(ExceptionHandler, AStandardErrorThatNobodyReadsEndsNothing)
+{
+    writeSymbolizer("echo symbol");
+    int pipe[2] = {-1, -1};
+    ASSERT_EQ(::pipe(pipe), 0);
+    ::close(pipe[0]);
+    const int original = ::dup(STDERR_FILENO);
+    ::dup2(pipe[1], STDERR_FILENO);
+    MBWExceptionHandler handler(symbolizer);
+    const bool withSymbolizer = handler.exceptionHandlerShouldLogException(
+        nullptr, exceptionWithStackTrace(u"0x1"_s), 1);
+    const bool without = handler.exceptionHandlerShouldLogException(nullptr,
+                                                                    exceptionWithStackTrace(u"0x1 map"_s), 1);
+    ::dup2(original, STDERR_FILENO);
+    EXPECT_FALSE(withSymbolizer);
+    EXPECT_FALSE(without);
+}
+
+TEST_F(ExceptionHandler, AProcessThatCannotBeLookedIntoHasTheSymbolizersMessageForALog)
+{
+    ASSERT_TRUE(QFile::exists(u"/usr/bin/eu-addr2line"_s));
+    const CapturedStandardError standardError;
+    EXPECT_TRUE(resultInUnprivilegedChild(home.path(), [] {
+        ::prctl(PR_SET_DUMPABLE, 0);
+        MBWExceptionHandler handler;
+        return !handler.exceptionHandlerShouldLogException(nullptr, exceptionWithStackTrace(u"0x1000"_s), 1);
+    }));
+    EXPECT_TRUE(standardError.text().startsWith(u"eu-addr2line: "_s)) << qPrintable(standardError.text());
+}

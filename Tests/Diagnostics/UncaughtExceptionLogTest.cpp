@@ -1,0 +1,188 @@
+// The log of real uncaught exceptions, from the throw to the last line.
+
+#include "Tests/Platform/ExceptionHandling/RunThrowingHost.h"
+#include "Tests/Support/TemporaryHome.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+
+#include <csignal>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString uncaught = u"Uncaught exception std::runtime_error: the map is upside down"_s;
+const QStringList withoutRecord{u"handler"_s, u"mask"_s};
+const QStringList withRecord{u"record"_s, u"handler"_s, u"mask"_s};
+
+/*! Function and line of the first frames: `openMap 103`; with a question mark where they are unknown. */
+QStringList frames(const ThrowingHostResult &host, qsizetype count)
+{
+    static const QRegularExpression frame(
+        uR"(^ +(\d+)\t(\S+)(?:\(\))? at (?:.*/)?(?:Ways\.cpp:(\d+):\d+)?)"_s);
+    QStringList result;
+    for (const QString &line : host.log.mid(1, count)) {
+        const QRegularExpressionMatch match = frame.match(line);
+        EXPECT_EQ(match.captured(1).toLongLong(), result.size() + 1) << qPrintable(line);
+        result += (match.captured(2) + u' ' + match.captured(3)).trimmed();
+    }
+    return result;
+}
+
+const QStringList framesOfTheThrow{u"throwText 101"_s, u"readMap 102"_s, u"openMap 103"_s};
+
+} // namespace
+
+class UncaughtExceptionLogOfABuild : public ::testing::TestWithParam<const char *>
+{ };
+
+TEST_P(UncaughtExceptionLogOfABuild, NamesTypeTextFunctionsAndLines)
+{
+    const auto host = runThrowingHost(withoutRecord + QStringList(u"throw:main"_s),
+                                      QString::fromLatin1(GetParam()));
+    EXPECT_EQ(host.signal, SIGABRT);
+    EXPECT_EQ(host.log.value(0), uncaught);
+    EXPECT_EQ(frames(host, 3), framesOfTheThrow);
+    EXPECT_TRUE(host.linesLike(u"terminate|backtrace|Marblewick|MBW"_s).isEmpty())
+        << qPrintable(host.log.join(u'\n'));
+}
+
+static std::string nameOfBuild(const ::testing::TestParamInfo<const char *> &build)
+{
+    return std::string(build.param).substr(std::string("ThrowingHost-").size());
+}
+
+INSTANTIATE_TEST_SUITE_P(All, UncaughtExceptionLogOfABuild,
+                         ::testing::Values("ThrowingHost-O0", "ThrowingHost-O2", "ThrowingHost-Separate"),
+                         nameOfBuild);
+
+TEST(UncaughtExceptionLog, OfAStrippedProgramNumbersTheFramesAndNamesThoseOfLibraries)
+{
+    const auto host = runThrowingHost(withoutRecord + QStringList(u"throw:slot"_s),
+                                      u"ThrowingHost-Stripped"_s);
+    EXPECT_EQ(host.log.value(0), uncaught);
+    EXPECT_EQ(host.linesLike(uR"(^ +[123]\t\?\? at \?\?:0$)"_s).size(), 3);
+    EXPECT_EQ(host.linesLike(uR"(^ +\d+\tQCoreApplication::exec\(\) at )"_s).size(), 1);
+}
+
+namespace {
+
+struct Place
+{
+    const char *name;
+    const char *way;
+};
+
+void PrintTo(const Place &place, std::ostream *out) { *out << place.way; }
+
+std::string nameOf(const ::testing::TestParamInfo<Place> &info) { return info.param.name; }
+
+} // namespace
+
+class UncaughtExceptionLogOfAThrow : public ::testing::TestWithParam<Place>
+{
+protected:
+    static ThrowingHostResult run(const QStringList &steps)
+    {
+        return runThrowingHost(steps + QStringList(u"throw:"_s + QString::fromLatin1(GetParam().way)));
+    }
+};
+
+class UncaughtExceptionLogOfAKeptStack : public UncaughtExceptionLogOfAThrow
+{ };
+
+class UncaughtExceptionLogOfAnUnwoundStack : public UncaughtExceptionLogOfAThrow
+{ };
+
+TEST_P(UncaughtExceptionLogOfAKeptStack, NamesThePlaceOfTheThrowWithAndWithoutARecord)
+{
+    for (const QStringList &steps : {withoutRecord, withRecord}) {
+        const auto host = run(steps);
+        EXPECT_EQ(host.signal, SIGABRT);
+        EXPECT_EQ(host.log.value(0), uncaught);
+        EXPECT_EQ(frames(host, 3), framesOfTheThrow);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Thrown, UncaughtExceptionLogOfAKeptStack,
+                         ::testing::Values(Place{"InMain", "main"}, Place{"InAThread", "thread"},
+                                           Place{"InASlot", "slot"},
+                                           Place{"InAnEventHandler", "event handler"},
+                                           Place{"OutOfANoexceptFunction", "noexcept"}),
+                         nameOf);
+
+TEST_P(UncaughtExceptionLogOfAnUnwoundStack, NamesThePlaceOfTheThrowWithARecord)
+{
+    ThrowingHostResult host = run(withRecord);
+    EXPECT_EQ(host.signal, SIGABRT);
+    host.log = host.log.sliced(host.log.indexOf(uncaught)); // Qt has something to say before.
+    EXPECT_EQ(frames(host, 3), framesOfTheThrow);
+}
+
+TEST_P(UncaughtExceptionLogOfAnUnwoundStack, NamesThePlaceOfTheEndWithoutARecord)
+{
+    const auto host = run(withoutRecord);
+    EXPECT_EQ(host.signal, SIGABRT);
+    EXPECT_TRUE(host.log.contains(uncaught));
+    EXPECT_EQ(host.linesLike(uR"(^ +1\t)"_s).size(), 1);
+    EXPECT_TRUE(host.linesLike(u"throwText"_s).isEmpty()) << qPrintable(host.log.join(u'\n'));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Thrown, UncaughtExceptionLogOfAnUnwoundStack,
+    ::testing::Values(Place{"InAQThread", "QThread"}, Place{"InAQThreadPool", "QThreadPool"},
+                      Place{"OutOfANoexceptFunctionPastADestructor", "noexcept past destructor"},
+                      Place{"OnAfterItWasCaught", "thrown on"}, Place{"OnInAnotherThread", "other thread"}),
+    nameOf);
+
+TEST(UncaughtExceptionLog, LeavesOutTheFramesOfTheLibraryThatThrows)
+{
+    const auto host = runThrowingHost(withRecord + QStringList(u"throw:at"_s));
+    EXPECT_TRUE(host.log.value(1).contains(u"Ways.cpp:"_s) || host.log.value(1).contains(u"stl_vector.h:"_s))
+        << qPrintable(host.log.value(1));
+}
+
+TEST(UncaughtExceptionLog, OfAThrowingTextStillHasTheFrames)
+{
+    const auto host = runThrowingHost(withoutRecord + QStringList(u"throw:throwing text"_s));
+    EXPECT_EQ(host.log.value(0), u"Uncaught exception (anonymous namespace)::ThrowingText"_s);
+    EXPECT_TRUE(host.log.value(1).contains(u"Ways.cpp:"_s)) << qPrintable(host.log.value(1));
+}
+
+TEST(UncaughtExceptionLog, ComesWithACrashLogThatNamesTheExceptionWhicheverWasInstalledFirst)
+{
+    const QString writer = u"writer"_s;
+    for (const QStringList &steps :
+         {QStringList(writer) + withoutRecord, withoutRecord + QStringList(writer)}) {
+        const TemporaryHome home;
+        const auto host = runThrowingHost(steps + QStringList(u"throw:thread"_s));
+        EXPECT_EQ(host.signal, SIGABRT);
+        EXPECT_EQ(host.log.value(0), uncaught);
+        EXPECT_EQ(frames(host, 3), framesOfTheThrow);
+        const QDir folder(home.diagnosticReportsFolder());
+        ASSERT_EQ(folder.entryList(QDir::Files).size(), 1);
+        const QByteArray crashLog = readFile(folder.filePath(folder.entryList(QDir::Files).first()));
+        EXPECT_TRUE(crashLog.contains("std::runtime_error: the map is upside down")) << crashLog.constData();
+        EXPECT_TRUE(crashLog.contains("throwText")) << "the frames of the throw are those of the crash";
+    }
+}
+
+TEST(UncaughtExceptionLog, OfADelegateThatCrashesOrBlocksComesWithACrashLogThatNamesTheException)
+{
+    for (const QString &delegate : {u"delegate:crashes"_s, u"delegate:blocks"_s}) {
+        const TemporaryHome home;
+        const auto host = runThrowingHost({delegate, u"mask"_s, u"writer"_s, u"throw:main"_s});
+        EXPECT_NE(host.signal, 0);
+        const QDir folder(home.diagnosticReportsFolder());
+        ASSERT_EQ(folder.entryList(QDir::Files).size(), 1);
+        const QByteArray crashLog = readFile(folder.filePath(folder.entryList(QDir::Files).first()));
+        EXPECT_TRUE(crashLog.contains("std::runtime_error: the map is upside down")) << crashLog.constData();
+    }
+}

@@ -1,0 +1,226 @@
+#include "Tests/Platform/ExceptionHandling/ThrowingHost/Ways.h"
+
+#include <Marblewick/NSException.h>
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <QThread>
+#include <QThreadPool>
+#include <QTimer>
+
+#include <barrier>
+#include <functional>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Storm
+{ };
+
+// The tests look for these functions at these lines.
+// clang-format off
+#line 101 "Ways.cpp"
+[[gnu::noipa]] void throwText(const char *text) { throw std::runtime_error(text); }
+[[gnu::noinline]] void readMap() { throwText("the map is upside down"); }
+[[gnu::noinline]] void openMap() { readMap(); }
+[[gnu::noipa]] void raiseStorm() { throw Storm(); }
+// clang-format on
+
+struct ThrowingText : std::exception
+{
+    const char *what() const noexcept override { throw Storm(); }
+};
+
+struct CrashingText : std::exception
+{
+    const char *what() const noexcept override
+    {
+        *static_cast<volatile int *>(nullptr) = 1;
+        return "";
+    }
+};
+
+struct EndlessText : std::exception
+{
+    const char *what() const noexcept override
+    {
+        for (;;)
+            ::pause();
+    }
+};
+
+struct TextLess : std::exception
+{
+    const char *what() const noexcept override { return nullptr; }
+};
+
+/*! Something to be destroyed when the stack is unwound. */
+struct Guest
+{
+    ~Guest() { guests = guests - 1; }
+
+    volatile int guests = 1;
+};
+
+void openMapNoexcept() noexcept { openMap(); }
+
+[[gnu::noinline]] void openMapWithGuest()
+{
+    const Guest guest;
+    openMap();
+}
+
+void openMapNoexceptPastDestructor() noexcept { openMapWithGuest(); }
+
+void catchAndThrowOn()
+{
+    try {
+        openMap();
+    } catch (...) {
+        throw;
+    }
+}
+
+std::exception_ptr caughtException()
+{
+    try {
+        openMap();
+    } catch (...) {
+        return std::current_exception();
+    }
+    return nullptr;
+}
+
+/*! Out of another thread than the one that threw, after others were thrown. */
+void handToAnotherThread()
+{
+    const std::exception_ptr exception = caughtException();
+    for (int count = 0; count < 20; ++count)
+        caughtException();
+    std::thread([&] { std::rethrow_exception(exception); }).join();
+}
+
+void throwFromDestructorWhileUnwinding()
+{
+    struct Thrower
+    {
+        ~Thrower() noexcept(false) { throwText("in the destructor"); }
+    };
+    try {
+        const Thrower thrower;
+        throw Storm();
+    } catch (const Storm &) { // Now the stack is unwound.
+    }
+}
+
+void inThread(const std::function<void()> &function) { std::thread(function).join(); }
+
+void inQThread(const std::function<void()> &function)
+{
+    const std::unique_ptr<QThread> thread(QThread::create(function));
+    thread->start();
+    thread->wait();
+}
+
+void inThreadPool(const std::function<void()> &function)
+{
+    QThreadPool::globalInstance()->start(function);
+    QThreadPool::globalInstance()->waitForDone();
+}
+
+void inSlot()
+{
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, &timer, &openMap);
+    timer.start(0);
+    QCoreApplication::exec();
+}
+
+void inEventHandler()
+{
+    struct Map : QObject
+    {
+        bool event(QEvent *) override
+        {
+            openMap();
+            return true;
+        }
+    };
+    Map map;
+    QCoreApplication::postEvent(&map, new QEvent(QEvent::User));
+    QCoreApplication::exec();
+}
+
+void inTwoThreads()
+{
+    std::barrier start(2);
+    std::thread other([&] {
+        start.arrive_and_wait();
+        raiseStorm();
+    });
+    start.arrive_and_wait();
+    openMap();
+}
+
+[[gnu::noinline]] void descend(int depth)
+{
+    const Guest guest;
+    if (depth > 0)
+        descend(depth - 1);
+    else
+        throwText("deep down");
+}
+
+const std::map<QString, std::function<void()>> &ways()
+{
+    using Marblewick::NSException;
+    static const std::map<QString, std::function<void()>> all{
+        {u"main"_s, openMap},
+        {u"caught"_s, [] { caughtException(); }},
+        {u"number"_s, [] { throw 42; }},
+        {u"string"_s, [] { throw std::string("text"); }},
+        {u"own type"_s, [] { throw Storm(); }},
+        {u"platform exception"_s,
+         [] {
+             throw NSException(u"MapException"_s, u"no north"_s, {{u"sheet"_s, 7}});
+         }},
+        {u"at"_s, [] { static_cast<void>(std::vector<int>().at(5)); }},
+        {u"two lines"_s, [] { throwText("one\n2026-11-21 two\x1b[31m"); }},
+        {u"Latin-1"_s, [] { throwText("caf\xe9"); }},
+        {u"no text"_s, [] { throw TextLess(); }},
+        {u"throwing text"_s, [] { throw ThrowingText(); }},
+        {u"crashing text"_s, [] { throw CrashingText(); }},
+        {u"endless text"_s, [] { throw EndlessText(); }},
+        {u"thread"_s, [] { inThread(openMap); }},
+        {u"QThread"_s, [] { inQThread(openMap); }},
+        {u"QThreadPool"_s, [] { inThreadPool(openMap); }},
+        {u"slot"_s, inSlot},
+        {u"event handler"_s, inEventHandler},
+        {u"noexcept"_s, openMapNoexcept},
+        {u"noexcept past destructor"_s, openMapNoexceptPastDestructor},
+        {u"thrown on"_s, catchAndThrowOn},
+        {u"other thread"_s, handToAnotherThread},
+        {u"destructor"_s, throwFromDestructorWhileUnwinding},
+        {u"two threads"_s, inTwoThreads},
+        {u"deep"_s, [] { descend(1000); }},
+        {u"terminate"_s, [] { std::terminate(); }},
+    };
+    return all;
+}
+
+} // namespace
+
+void throwInWay(const QString &name)
+{
+    const auto way = ways().find(name);
+    if (way != ways().end())
+        way->second();
+}

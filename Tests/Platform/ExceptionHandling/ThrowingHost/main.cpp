@@ -1,0 +1,109 @@
+// A host that does what its arguments say, step by step, until an exception that nobody catches ends it.
+
+#include "Tests/Platform/ExceptionHandling/ThrowingHost/Ways.h"
+
+#include <Marblewick/MBWCrashLogWriter.h>
+#include <Marblewick/MBWExceptionHandler.h>
+#include <Marblewick/NSExceptionHandler.h>
+#include <Marblewick/NSLog.h>
+
+#include <QCoreApplication>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+using namespace Marblewick;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+[[noreturn]] void waitForever()
+{
+    for (;;)
+        ::pause();
+}
+
+/*! Tells what it is asked, and then does as it is called. */
+class Delegate : public NSExceptionHandlerDelegate
+{
+public:
+    explicit Delegate(const QString &behaviour)
+        : m_behaviour(behaviour)
+    { }
+
+    bool exceptionHandlerShouldLogException(NSExceptionHandler *sender, const NSException &exception,
+                                            quint64 mask) override
+    {
+        if (sender == NSExceptionHandler::defaultExceptionHandler())
+            NSLog(u"asked: %@ / %@ / %@", {exception.name(), exception.reason(), QString::number(mask)});
+        const QVariantMap userInfo = exception.userInfo();
+        for (auto entry = userInfo.begin(); entry != userInfo.end(); ++entry)
+            NSLog(u"%@ = %@", {entry.key(), entry.value().toString()});
+        if (m_behaviour == u"throws")
+            throw 1;
+        if (m_behaviour == u"terminates")
+            std::terminate();
+        if (m_behaviour == u"crashes")
+            *static_cast<volatile int *>(nullptr) = 1;
+        if (m_behaviour == u"blocks")
+            waitForever();
+        return m_behaviour == u"yes";
+    }
+
+private:
+    const QString m_behaviour;
+};
+
+[[noreturn]] void endAsTheHostLikes()
+{
+    std::puts("the host's terminate handler");
+    std::_Exit(7);
+}
+
+const std::map<QString, std::function<void(const QString &text)>> steps{
+    {u"mask"_s,
+     [](const QString &mask) {
+         NSExceptionHandler::defaultExceptionHandler()->setExceptionHandlingMask(
+             mask.isEmpty() ? NSLogUncaughtExceptionMask : mask.toULongLong());
+     }},
+    {u"record"_s,
+     [](const QString &) { NSExceptionHandler::defaultExceptionHandler()->setRecordsThrows(true); }},
+    {u"delegate"_s,
+     [](const QString &behaviour) {
+         NSExceptionHandler::defaultExceptionHandler()->setDelegate(new Delegate(behaviour));
+     }},
+    {u"handler"_s, [](const QString &) { MBWExceptionHandler::sharedHandler(); }},
+    {u"symbolizer"_s, [](const QString &path) { new MBWExceptionHandler(path); }},
+    {u"writer"_s, [](const QString &) { MBWCrashLogWriter::install(); }},
+    {u"terminate-handler"_s, [](const QString &) { std::set_terminate(&endAsTheHostLikes); }},
+    {u"block-abort"_s,
+     [](const QString &) {
+         sigset_t signals;
+         ::sigemptyset(&signals);
+         ::sigaddset(&signals, SIGABRT);
+         ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+     }},
+    {u"undumpable"_s, [](const QString &) { ::prctl(PR_SET_DUMPABLE, 0); }},
+    {u"throw"_s, throwInWay},
+};
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    std::setvbuf(stdout, nullptr, _IONBF, 0);
+    for (const QString &argument : application.arguments().sliced(1)) {
+        const qsizetype colon = argument.indexOf(u':');
+        const auto step = steps.find(argument.left(colon));
+        if (step == steps.end())
+            return 2;
+        step->second(colon < 0 ? QString() : argument.mid(colon + 1));
+    }
+    return 0;
+}
