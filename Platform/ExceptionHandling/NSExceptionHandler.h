@@ -41,6 +41,7 @@ public:
 
     A delegate that throws counts as one that answers yes. One that takes more than 10 seconds, as one that
     crashes, ends the process; the line is there by then. Of two threads that throw at once, both are logged.
+    Only a what() that crashes or does not return leaves no line; one that throws leaves the type.
 */
 class MARBLEWICK_CORE_EXPORT NSExceptionHandler
 {

@@ -176,6 +176,13 @@ TEST(NSExceptionHandler, ATextThatThrowsLeavesTheTypeAndTheStack)
     EXPECT_GT(countOfAddresses(host), 3);
 }
 
+TEST(NSExceptionHandler, ATextThatCrashesEndsTheProcessByItsSignal)
+{
+    const auto host = runThrowingHost({u"delegate:no"_s, u"mask"_s, u"throw:crashing text"_s});
+    EXPECT_EQ(host.signal, SIGSEGV);
+    EXPECT_EQ(host.log, QStringList());
+}
+
 TEST(NSExceptionHandler, ATextThatNeverComesIsNotAwaitedLongerThanTenSeconds)
 {
     const auto host = runThrowingHost({u"mask"_s, u"throw:endless text"_s});
