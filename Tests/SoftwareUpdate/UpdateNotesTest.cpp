@@ -161,6 +161,31 @@ TEST_F(UpdateNotes, ThatRedirectWithoutEndOrToAFileOrAreADownloadOrNothingShowTh
     EXPECT_EQ(filesBelow(home.path()), QStringList());
 }
 
+TEST_F(UpdateNotes, OnePageForAllReleasesShowsEachReleasesPartOfIt)
+{
+    pages.add(u"/changelog"_s, {u"<p id=4.2>4.2</p>"_s, u"<p id=4.3>4.3</p>"_s});
+    qsizetype times = 0;
+    for (const QString &part : {u"/changelog#4.2"_s, u"/changelog#4.3"_s, u"/changelog#4.3"_s}) {
+        info->setUpdateInfoURL(pages.url(part));
+        panel.showWindowForUpdateInfo(info);
+        EXPECT_EQ(content(), panel.loadingView());
+        ASSERT_TRUE(pages.isDrawn(u"/changelog"_s, ++times));
+        EXPECT_TRUE(WebPages::waitFor([&] { return content() == panel.webContainerView(); }));
+        EXPECT_EQ(panel.mainFrameNavigation(), nullptr);
+    }
+}
+
+TEST_F(UpdateNotes, WhoseProgramEndsShowTheErrorViewAndTryAgainLoadsThem)
+{
+    showNotes({u"What is new"_s});
+    ASSERT_TRUE(WebPages::endRenderers());
+    ASSERT_TRUE(WebPages::waitFor([&] { return content() == panel.errorView(); }));
+    EXPECT_EQ(panel.errorText(), u"The program that shows the page has ended unexpectedly."_s);
+    press("tryAgainButton");
+    ASSERT_TRUE(pages.isDrawn(u"/notes"_s, 2));
+    EXPECT_EQ(content(), panel.webContainerView());
+}
+
 TEST_F(UpdateNotes, ThatBreakOffAfterTheyBeganLeaveTheLoadingView)
 {
     std::atomic_bool hasBroken = false;

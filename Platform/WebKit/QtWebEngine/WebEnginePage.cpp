@@ -46,8 +46,8 @@ void secure(QWebEngineSettings *settings)
 
 } // namespace
 
-WebEnginePage::WebEnginePage(QWebEngineProfile *profile, WebContentClient *client)
-    : QWebEnginePage(profile)
+WebEnginePage::WebEnginePage(QWebEngineProfile *profile, WebContentClient *client, QObject *parent)
+    : QWebEnginePage(profile, parent)
     , m_client(client)
 {
     secure(settings());
@@ -57,6 +57,7 @@ WebEnginePage::WebEnginePage(QWebEngineProfile *profile, WebContentClient *clien
             m_client->didProgress();
     });
     connect(this, &QWebEnginePage::urlChanged, this, &WebEnginePage::jumpWithinPage);
+    connect(this, &QWebEnginePage::renderProcessTerminated, this, &WebEnginePage::die);
     connect(this, &QWebEnginePage::newWindowRequested, this, &WebEnginePage::askForNewWindow);
     connect(this, &QWebEnginePage::featurePermissionRequested, this,
             [this](const QUrl &origin, Feature feature) {
@@ -155,6 +156,13 @@ void WebEnginePage::fail(qint64 code)
     m_client->didFail(code, failed);
     if (m_url == failed)
         m_url.clear();
+}
+
+void WebEnginePage::die()
+{
+    stop();
+    if (m_client)
+        m_client->didDie();
 }
 
 /*! A link to a window of its own is followed here, as far as the client wants it. */

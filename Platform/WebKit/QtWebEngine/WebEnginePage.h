@@ -17,7 +17,7 @@ class WebEnginePage final : public QWebEnginePage
     Q_OBJECT
 
 public:
-    WebEnginePage(QWebEngineProfile *profile, WebContentClient *client);
+    WebEnginePage(QWebEngineProfile *profile, WebContentClient *client, QObject *parent);
 
     /*! The user has clicked or pressed a key in the page. */
     void noteUserInput() { m_sinceUserInput.start(); }
@@ -49,6 +49,7 @@ private:
     void fail(qint64 code);
     void askForNewWindow(const QWebEngineNewWindowRequest &request);
     void jumpWithinPage(const QUrl &url);
+    void die();
     bool isByUser() const;
     WKNavigationType publishedType(NavigationType type) const;
     QDateTime lastArrival() const;
