@@ -2,7 +2,6 @@
 
 #include "Platform/AppKit/NSMenuItem.h"
 
-#include <QChildEvent>
 #include <QContextMenuEvent>
 #include <QCoreApplication>
 #include <QMenu>
@@ -103,22 +102,6 @@ void WebEngineView::release()
     hide();
     setParent(nullptr);
     deleteLater(); // The engine may be in the middle of a call.
-}
-
-/*! The engine puts a widget of its own over the view, and now and then another one, which takes all input. */
-void WebEngineView::childEvent(QChildEvent *event)
-{
-    if (event->added())
-        event->child()->installEventFilter(this);
-    QWebEngineView::childEvent(event);
-}
-
-bool WebEngineView::eventFilter(QObject *watched, QEvent *event)
-{
-    const QEvent::Type type = event->type();
-    if (type == QEvent::MouseButtonRelease || type == QEvent::KeyPress || type == QEvent::TouchEnd)
-        m_page->noteUserInput();
-    return QWebEngineView::eventFilter(watched, event);
 }
 
 void WebEngineView::contextMenuEvent(QContextMenuEvent *event)

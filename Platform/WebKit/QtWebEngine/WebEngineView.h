@@ -22,10 +22,7 @@ public:
     bool hasCommitted() const override { return m_page->hasCommitted(); }
     void release() override;
 
-    bool eventFilter(QObject *watched, QEvent *event) override;
-
 protected:
-    void childEvent(QChildEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
