@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QDesktopServices>
+#include <QObject>
 
 using namespace Marblewick;
 using namespace Qt::StringLiterals;
