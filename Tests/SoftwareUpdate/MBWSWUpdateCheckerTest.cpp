@@ -617,10 +617,12 @@ TEST_F(UpdateChecker, AHostThatQuitsWithACheckInFlightEndsAtOnceAndLeaksNothing)
         connection.readRequest();
         connection.stall();
     });
-    QElapsedTimer timer;
-    timer.start();
     const CapturedStandardError errors;
     ChildProgram host({QStringLiteral(UPDATE_HOST), server.url().toString()});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return server.requests().size() == 1; }, 20'000));
+    QElapsedTimer timer;
+    timer.start();
+    host.write("quit\n");
     EXPECT_EQ(host.exitStatus(), 0);
     EXPECT_LT(timer.elapsed(), 20'000); // The check itself would last for 60 seconds.
     EXPECT_EQ(server.connectionCount(), 1);

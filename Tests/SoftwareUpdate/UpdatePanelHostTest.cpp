@@ -80,6 +80,19 @@ TEST_F(UpdatePanelHost, WithoutThePluginThePanelSaysWhatIsMissingAndTheLogWhy)
     EXPECT_THAT(log.toStdString(), HasSubstr("No such file or directory"));
 }
 
+TEST_F(UpdatePanelHost, HasNoVersionWhereItsPropertiesHaveOnlyTheNumberOfTheBuild)
+{
+    const auto properties = [](const QByteArray &members) {
+        return "<plist version=\"1.0\"><dict>" + members + "</dict></plist>";
+    };
+    const QByteArray build = "<key>CFBundleVersion</key><string>140</string>";
+    writeFile(m_folder + u"Info.plist"_s, properties(build));
+    EXPECT_EQ(output(u"version"_s), u"none\n"_s);
+    writeFile(m_folder + u"Info.plist"_s,
+              properties(build + "<key>CFBundleShortVersionString</key><string>1.4</string>"));
+    EXPECT_EQ(output(u"version"_s), u"1.4\n"_s);
+}
+
 TEST_F(UpdatePanelHost, AsRootWithTheSandboxOnThePanelSaysWhatCannotRunAndTheLogWhy)
 {
     if (::geteuid() != 0)
