@@ -395,6 +395,17 @@ TEST_F(UpdateNotes, ALinkIntoTheMachineIsNotOpenedButHidesThePanelAndSkipsTheRel
     EXPECT_EQ(pages.requestCount(u"/drawn/notes"_s), 1);
 }
 
+TEST_F(UpdateNotes, AFrameThatGoesElsewhereMeanwhileDoesNotTakeTheClickOfALink)
+{
+    pages.add(u"/inner"_s,
+              {u"<script>setInterval(() => { location = '/inner?' + Math.random() }, 20)</script>"_s});
+    showNotes({u"<a href='/outside'>outside</a>"_s, u"<iframe src='/inner'></iframe>"_s});
+    ASSERT_TRUE(pages.isRequested(u"/inner"_s));
+    click(0);
+    ASSERT_TRUE(WebPages::waitFor([&] { return !isShown(); }));
+    EXPECT_EQ(opened, QList{pages.url(u"/outside"_s)});
+}
+
 TEST_F(UpdateNotes, ALinkIntoTheMachineThatThePageHandlesItselfIsNone)
 {
     showNotes({u"<a href='file:///etc/passwd' onclick='fetch(\"/handled\"); return false'>file</a>"_s});

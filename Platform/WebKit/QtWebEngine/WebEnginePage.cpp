@@ -109,7 +109,10 @@ WKNavigationType WebEnginePage::publishedType(const QUrl &url, NavigationType ty
 
 bool WebEnginePage::takeClick(const QUrl &url)
 {
-    return url.isValid() && std::exchange(m_clicked, QUrl()) == url;
+    if (!url.isValid() || url != m_clicked)
+        return false;
+    m_clicked.clear();
+    return true;
 }
 
 void WebEnginePage::begin(const QUrl &url, NavigationType type)

@@ -311,6 +311,13 @@ public:
             decisionHandler(WKNavigationActionPolicyAllow);
     }
 
+    void webViewDidFailProvisionalNavigation(WKWebView *, const std::shared_ptr<WKNavigation> &,
+                                             const NSError &error) override
+    {
+        failures.append(error.code());
+    }
+
+    QList<qint64> failures;
     QList<QUrl> asked;
     QList<WKNavigationType> types;
     bool answers = false;
@@ -330,6 +337,15 @@ TEST_F(WebViewTest, WhatTheDelegateDoesNotDecideIsNotVisited)
     EXPECT_EQ(delegate.asked, QList{pages.url(u"/a"_s)});
     EXPECT_EQ(delegate.types, QList{WKNavigationTypeOther});
     EXPECT_EQ(pages.requestCount(u"/a"_s), 0);
+}
+
+TEST_F(WebViewTest, ALoadThatNeverStartsTimesOut)
+{
+    DecidingDelegate delegate;
+    view->setNavigationDelegate(&delegate);
+    load(pages.url(u"/a"_s), 0.3);
+    ASSERT_TRUE(WebPages::waitFor([&] { return !delegate.failures.isEmpty(); }));
+    EXPECT_EQ(delegate.failures, QList<qint64>{NSURLErrorTimedOut});
 }
 
 TEST_F(WebViewTest, TheDelegateIsAskedForFramesInsideThePageToo)
