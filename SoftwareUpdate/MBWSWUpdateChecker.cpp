@@ -25,6 +25,8 @@ struct MBWSWUpdateChecker::Outcome
 {
     QLatin1StringView notification;
     std::optional<NSError> error;
+    /*! What was judged, which updateInfo need not be any more: another check may have ended since. */
+    std::shared_ptr<MBWSWUpdateInfo> info;
 };
 
 namespace {
@@ -81,12 +83,14 @@ std::shared_ptr<NSURLSession> MBWSWUpdateChecker::session()
 
 void MBWSWUpdateChecker::checkForUpdateWithURL(const QUrl &url)
 {
-    announce({MBWUpdateCheckDidStartNotification, {}});
-    const auto judge = [self = shared_from_this()](const std::optional<QByteArray> &data, const auto &,
-                                                   const std::optional<NSError> &error) mutable {
+    auto self = shared_from_this(); // An observer of the start may let go of the checker.
+    announce({MBWUpdateCheckDidStartNotification, {}, {}});
+    const auto judge = [self = std::move(self)](const std::optional<QByteArray> &data, const auto &,
+                                                const std::optional<NSError> &error) mutable {
         const Outcome outcome = data && !data->isEmpty() ? self->evaluate(*data)
                                                          : Outcome{MBWUpdateCheckFailedNotificiation,
-                                                                   error.value_or(noDataError())};
+                                                                   error.value_or(noDataError()),
+                                                                   {}};
         NSOperationQueue::mainQueue()->addOperationWithBlock(
             [self = std::move(self), outcome] { self->announce(outcome); });
     };
@@ -96,11 +100,12 @@ void MBWSWUpdateChecker::checkForUpdateWithURL(const QUrl &url)
 MBWSWUpdateChecker::Outcome MBWSWUpdateChecker::evaluate(const QByteArray &data)
 {
     try {
-        setUpdateInfo(NSKeyedUnarchiver::unarchivedObjectOfClass<MBWSWUpdateInfo>(data));
-        return {isOffered(updateInfo()) ? MBWNewSoftwareFoundNotification : MBWSoftwareUpToDateNotification,
-                {}};
+        const auto info = NSKeyedUnarchiver::unarchivedObjectOfClass<MBWSWUpdateInfo>(data);
+        setUpdateInfo(info);
+        return {
+            isOffered(info) ? MBWNewSoftwareFoundNotification : MBWSoftwareUpToDateNotification, {}, info};
     } catch (...) {
-        return {MBWUpdateCheckFailedNotificiation, {}};
+        return {MBWUpdateCheckFailedNotificiation, {}, {}};
     }
 }
 
@@ -123,7 +128,7 @@ void MBWSWUpdateChecker::announce(const Outcome &outcome)
     if (outcome.notification == MBWUpdateCheckDidStartNotification)
         Q_EMIT updateCheckDidStart();
     else if (outcome.notification == MBWNewSoftwareFoundNotification)
-        Q_EMIT newSoftwareFound(updateInfo());
+        Q_EMIT newSoftwareFound(outcome.info);
     else if (outcome.notification == MBWSoftwareUpToDateNotification)
         Q_EMIT softwareUpToDate();
     else
@@ -132,7 +137,10 @@ void MBWSWUpdateChecker::announce(const Outcome &outcome)
 
 void MBWSWUpdateChecker::newSoftwareVersionFound(const NSNotification &)
 {
+    const std::shared_ptr<MBWSWUpdateInfo> info = updateInfo();
+    if (!info) // A check that ended meanwhile found no record.
+        return;
     if (!updatePanel())
         setUpdatePanel(std::make_shared<MBWUpdateNotificationPanel>());
-    updatePanel()->showWindowForUpdateInfo(updateInfo());
+    updatePanel()->showWindowForUpdateInfo(info);
 }

@@ -23,8 +23,8 @@ struct NSNotification;
     begins; the maker offers a release that is newer, not skipped and fit for this system; there is none to
     offer; the release record could not be fetched or judged.
 
-    The names and values of the second and the fourth are as hosts know them, and differ from what one would
-    expect: compare with the constants.
+    The value of the second is not its name, and the fourth is spelled in a way of its own: compare with the
+    constants.
 */
 MARBLEWICK_PANELS_EXPORT extern const QLatin1StringView MBWUpdateCheckDidStartNotification;
 MARBLEWICK_PANELS_EXPORT extern const QLatin1StringView MBWNewSoftwareFoundNotification;
@@ -76,7 +76,8 @@ public:
     */
     void checkForUpdateWithURL(const QUrl &url);
 
-    /*! Shows the release of updateInfo in updatePanel, which is made if need be. The checker observes
+    /*! Shows the release of updateInfo in updatePanel, which is made if need be; nothing where updateInfo is
+        null. The checker observes
         MBWNewSoftwareFoundNotification about itself with it.
     */
     void newSoftwareVersionFound(const Marblewick::NSNotification &notification);
@@ -103,6 +104,7 @@ public:
 Q_SIGNALS:
     // Each follows the notification of the same meaning. The first check begins before anybody can connect.
     void updateCheckDidStart();
+    /*! With the record that was judged, never null. */
     void newSoftwareFound(const std::shared_ptr<MBWSWUpdateInfo> &info);
     void softwareUpToDate();
     void updateCheckFailed(const std::optional<Marblewick::NSError> &error);

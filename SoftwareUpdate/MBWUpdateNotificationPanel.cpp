@@ -57,7 +57,10 @@ void makeHeadline(QLabel *label)
 {
     QFont font = label->font();
     font.setBold(true);
-    font.setPointSizeF(font.pointSizeF() * 1.3);
+    if (font.pixelSize() > 0) // which is -1 for a font with a size in points, as it is the other way round
+        font.setPixelSize(qRound(font.pixelSize() * 1.3));
+    else
+        font.setPointSizeF(font.pointSizeF() * 1.3);
     label->setFont(font);
 }
 
@@ -264,9 +267,20 @@ void MBWUpdateNotificationPanel::handleWebViewError(const NSError &error)
 {
     if (error.code() == NSURLErrorCancelled)
         return;
+    showError(error.localizedDescription());
+}
+
+void MBWUpdateNotificationPanel::showError(const QString &text)
+{
     window();
-    setErrorText(error.localizedDescription());
+    setErrorText(text);
     m_ui->contentBox->setCurrentWidget(m_ui->errorView);
+}
+
+void MBWUpdateNotificationPanel::webViewWebContentProcessDidTerminate(WKWebView *)
+{
+    setMainFrameNavigation(nullptr);
+    showError(translated("The program that shows the page has ended unexpectedly."));
 }
 
 void MBWUpdateNotificationPanel::webViewDecidePolicyForNavigationAction(

@@ -101,6 +101,8 @@ public:
                                              const Marblewick::NSError &error) override;
     void webViewDidFinishNavigation(Marblewick::WKWebView *webView,
                                     const std::shared_ptr<Marblewick::WKNavigation> &navigation) override;
+    /*! Shows the error view: without its process the notes are gone. */
+    void webViewWebContentProcessDidTerminate(Marblewick::WKWebView *webView) override;
     /*! Forms and what is no click are followed in the panel, and so are links with a fragment (`#…`), to
         whichever page. Any other link opens in the user's browser, hides the panel, and counts as skipping
        the release. Reloading and going back are not done.
@@ -123,6 +125,7 @@ private:
     void setUpReleaseTexts();
     void center();
     void loadReleaseNotes();
+    void showError(const QString &text);
     void skipRelease() const;
     void hide();
 

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
-/*! Prints the memory, in KiB, that this process shares with no other. */
+/*! Prints at once the memory, in KiB, that this process shares with no other. */
 inline void printPrivateMemory()
 {
     FILE *const file = std::fopen("/proc/self/smaps_rollup", "re");
@@ -21,6 +21,7 @@ inline void printPrivateMemory()
     if (file)
         std::fclose(file);
     std::printf("%ld\n", total);
+    std::fflush(stdout);
 }
 
 /*! An empty Qt Widgets host: starts as the one that is measured does, shows a window and quits. */

@@ -8,8 +8,10 @@
 #include <Marblewick/NSUserDefaults.h>
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -56,6 +58,29 @@ bool publish(int release, const QString &notes, const QString &feed)
            == 0;
 }
 
+/*! Launches the host, which is to show the panel with a view, or no panel where none is named: a host that is
+    driven saves a picture of each view that it shows.
+*/
+bool launch(const Host &host, const QString &feedURL, const QString &view, const QString &answer = {})
+{
+    const QDateTime before = QDateTime::currentDateTime();
+    QStringList options{u"--feed-url"_s, feedURL};
+    if (!answer.isEmpty())
+        options += {u"--update-answer"_s, answer};
+    if (!host.launch(options))
+        return false;
+    if (Host::hasDisplay())
+        return true;
+    for (const QString &shown : {u"update-loaded"_s, u"update-error"_s}) {
+        const QFileInfo picture(Host::demoFolder() + u'/' + shown + u".png"_s);
+        if ((picture.lastModified() >= before) != (shown == view)) {
+            say(u"  Unexpected: "_s + shown + (shown == view ? u" was not shown."_s : u" was shown."_s));
+            return false;
+        }
+    }
+    return true;
+}
+
 struct Step
 {
     const char *answer;
@@ -69,7 +94,7 @@ bool play(const Step &step, const Host &host, const QString &feedURL)
     NSUserDefaults defaults([&host] { return host.defaultsFile(); });
     defaults.removeObjectForKey(skippedKey);
     say(u"\n  %1"_s.arg(QLatin1StringView(step.what)));
-    if (!host.launch({u"--feed-url"_s, feedURL, u"--update-answer"_s, QLatin1StringView(step.answer)}))
+    if (!launch(host, feedURL, u"update-loaded"_s, QLatin1StringView(step.answer)))
         return false;
     const bool isSkipped = defaults.integerForKey(skippedKey) == newRelease;
     say(isSkipped ? u"  Release 150 is not offered again."_s : u"  Release 150 will be offered again."_s);
@@ -119,18 +144,18 @@ bool playUpdateScene()
         }
     }
     say(u"\n3. The host is launched again after the release was skipped."_s);
-    if (!host.launch({u"--feed-url"_s, feedURL}))
+    if (!launch(host, feedURL, {}))
         return false;
 
     say(u"\n4. The release notes cannot be reached."_s);
     const QString nobody =
         u"http://127.0.0.1:9/notes"_s; // the port of a service that no machine runs any more
     NSUserDefaults([&host] { return host.defaultsFile(); }).removeObjectForKey(skippedKey);
-    if (!publish(newRelease, nobody, feed) || !host.launch({u"--feed-url"_s, feedURL}))
+    if (!publish(newRelease, nobody, feed) || !launch(host, feedURL, u"update-error"_s))
         return false;
 
     say(u"\n5. The latest release is the one that runs."_s);
-    if (!publish(runningRelease, notesURL, feed) || !host.launch({u"--feed-url"_s, feedURL}))
+    if (!publish(runningRelease, notesURL, feed) || !launch(host, feedURL, {}))
         return false;
 
     say(u"\n6. What the server was asked for:"_s);
@@ -139,5 +164,5 @@ bool playUpdateScene()
 
     say(u"\n7. The server is gone."_s);
     server.stop();
-    return host.launch({u"--feed-url"_s, feedURL});
+    return launch(host, feedURL, {});
 }

@@ -19,11 +19,6 @@ constexpr std::array packageExtensions{
     "plugin"_L1, "prefpane"_L1, "rtfd"_L1,   "saver"_L1, "wdgt"_L1, "xpc"_L1,
 };
 
-constexpr std::array refusedSchemes{
-    "about"_L1,      "blob"_L1, "data"_L1,     "file"_L1,        "filesystem"_L1,
-    "javascript"_L1, "qrc"_L1,  "vbscript"_L1, "view-source"_L1,
-};
-
 NSFileManager &manager() { return *NSFileManager::defaultManager(); }
 
 QString lastComponent(const QString &path) { return path.mid(path.lastIndexOf(u'/') + 1); }
@@ -89,11 +84,18 @@ bool NSWorkspace::isAddedExtension(const QString &extension) const
     return m_addedExtensions.contains(extension);
 }
 
+bool NSWorkspace::opensScheme(const QString &scheme)
+{
+    constexpr std::array refused{
+        ""_L1,           "about"_L1,      "blob"_L1, "data"_L1,     "file"_L1,
+        "filesystem"_L1, "javascript"_L1, "qrc"_L1,  "vbscript"_L1, "view-source"_L1,
+    };
+    return std::ranges::find(refused, scheme) == refused.end();
+}
+
 bool NSWorkspace::openURL(const QUrl &url)
 {
-    const QString scheme = url.scheme(); // in lower case
-    if (!url.isValid() || scheme.isEmpty()
-        || std::ranges::find(refusedSchemes, scheme) != refusedSchemes.end())
+    if (!url.isValid() || !opensScheme(url.scheme()))
         return false;
     return m_urlOpener && m_urlOpener(url);
 }

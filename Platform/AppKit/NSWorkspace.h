@@ -36,11 +36,16 @@ public:
 
     /*! Opens an address with the user's program for it: a browser, a mailer, a store. Main thread.
 
-        Addresses that lead into this machine or hold what would be run are refused: the schemes `file`,
-       `data`, `javascript` and their like, an address without a scheme and an invalid one, which stands for
-       nil. False for these, where the desktop knows no program for it, and without a QGuiApplication.
+        Refused are addresses of a scheme that opensScheme() does not name, and an invalid one, which stands
+       for nil. False for these, where the desktop knows no program for it, and without a QGuiApplication.
     */
     bool openURL(const QUrl &url);
+
+    /*! Whether addresses of a scheme, in lower case, are opened. Those are not that lead into this machine or
+       hold what would be run: `about`, `blob`, `data`, `file`, `filesystem`, `javascript`, `qrc`, `vbscript`,
+       `view-source`, and none at all.
+    */
+    static bool opensScheme(const QString &scheme);
 
     /*! Who asks the desktop to open an address that was not refused. The library of panels sets it when it is
         loaded; without one nothing can be opened.

@@ -47,6 +47,11 @@ public:
     { }
 
     virtual void webViewDidFinishNavigation(WKWebView *, const std::shared_ptr<WKNavigation> &) { }
+
+    /*! The process behind the page has ended: nothing is shown until something is loaded, and nothing more is
+        told of what was under way.
+    */
+    virtual void webViewWebContentProcessDidTerminate(WKWebView *) { }
 };
 
 } // namespace Marblewick

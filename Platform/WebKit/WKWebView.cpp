@@ -49,9 +49,10 @@ WebContent *createContent(WebContentClient *client)
     QString reason;
     const auto create = reinterpret_cast<MarblewickCreateWebContent>(
         resolveInPlugin("marblewick-webview", marblewickCreateWebContentName, &reason));
-    if (!create)
+    WebContent *const content = create ? create(client, &reason) : nullptr;
+    if (!content)
         NSLog(u"%@", {reason});
-    return create ? create(client) : nullptr;
+    return content;
 }
 
 bool showsNothing(const QMenu *menu)
@@ -77,6 +78,7 @@ public:
     void didProgress() override;
     void didFinish() override;
     void didFail(qint64 code, const QUrl &url) override;
+    void didDie() override;
     void openMenu(QMenu *menu, QContextMenuEvent *event) override;
 
     WKNavigationDelegate *delegate = nullptr;
@@ -138,11 +140,13 @@ std::shared_ptr<WKNavigation> WKWebView::Loader::load(const NSURLRequest &reques
     if (!isOfTheWeb(m_url)) {
         refuse(navigation, errorWithURLErrorCode(NSURLErrorUnsupportedURL, m_url));
     } else if (!makeContent()) {
-        refuse(navigation, webKitError(WebKitErrorCannotLoadPlugIn,
-                                       u"The part of the application that shows web pages is missing."_s));
+        refuse(navigation,
+               webKitError(WebKitErrorCannotLoadPlugIn,
+                           u"The part of the application that shows web pages is missing or cannot run."_s));
     } else {
         m_idle.setInterval(std::chrono::milliseconds(qRound64(request.timeoutInterval() * 1000)));
         m_requested = navigation;
+        m_idle.start();
         m_content->loadURL(m_url);
     }
     return navigation;
@@ -161,6 +165,7 @@ void WKWebView::Loader::refuse(const std::shared_ptr<WKNavigation> &navigation, 
 void WKWebView::Loader::stop()
 {
     m_requested.reset();
+    m_idle.stop();
     const bool hasBegun = hasContent() && m_content->hasCommitted();
     if (hasContent())
         m_content->stopLoading();
@@ -211,6 +216,14 @@ void WKWebView::Loader::didFail(qint64 code, const QUrl &url)
     fail(errorWithCode(code, url), m_content->hasCommitted());
 }
 
+void WKWebView::Loader::didDie()
+{
+    m_requested.reset();
+    taken();
+    if (delegate)
+        delegate->webViewWebContentProcessDidTerminate(m_view);
+}
+
 void WKWebView::Loader::fail(const NSError &error, bool hasBegun)
 {
     const auto navigation = taken();
@@ -226,6 +239,8 @@ void WKWebView::Loader::didStall()
 {
     const bool hasBegun = m_content->hasCommitted();
     m_content->stopLoading();
+    if (m_requested)
+        m_navigation = std::exchange(m_requested, nullptr);
     if (hasBegun)
         didFinish();
     else

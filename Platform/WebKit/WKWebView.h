@@ -47,8 +47,8 @@ public:
        and one that has is finished with what came.
 
         It fails with NSURLErrorUnsupportedURL where the URL is not of the web, with
-        WebKitErrorCannotLoadPlugIn without the plugin, and with WebKitErrorFrameLoadInterruptedByPolicyChange
-        where what comes is no page.
+        WebKitErrorCannotLoadPlugIn without the plugin or where its engine cannot run, and with
+       WebKitErrorFrameLoadInterruptedByPolicyChange where what comes is no page.
     */
     std::shared_ptr<WKNavigation> loadRequest(const NSURLRequest &request);
 

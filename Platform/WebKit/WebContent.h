@@ -4,6 +4,7 @@
 
 class QContextMenuEvent;
 class QMenu;
+class QString;
 class QUrl;
 class QWidget;
 
@@ -26,6 +27,8 @@ public:
         WebKitErrorFrameLoadInterruptedByPolicyChange.
     */
     virtual void didFail(qint64 code, const QUrl &url) = 0;
+    /*! The process behind the page has ended, and with it what was under way and what is shown. */
+    virtual void didDie() = 0;
     /*! A menu is about to be shown. Its items have their tags; see WKWebView::willOpenMenu(). */
     virtual void openMenu(QMenu *menu, QContextMenuEvent *event) = 0;
 
@@ -53,8 +56,10 @@ protected:
     ~WebContent() = default;
 };
 
-/*! The one function of the plugin "marblewick-webview": a content, which its client releases. */
-using MarblewickCreateWebContent = WebContent *(*)(WebContentClient *client);
+/*! The one function of the plugin "marblewick-webview": a content, which its client releases; null, with the
+    reason, where the engine cannot run.
+*/
+using MarblewickCreateWebContent = WebContent *(*)(WebContentClient *client, QString *reason);
 
 inline constexpr char marblewickCreateWebContentName[] = "marblewickCreateWebContent";
 

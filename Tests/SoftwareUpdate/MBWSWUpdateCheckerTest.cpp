@@ -445,6 +445,90 @@ TEST_F(UpdateChecker, AFurtherCheckReplacesTheRecordAndKeepsThePanel)
     EXPECT_EQ(checker->updateInfo(), nullptr);
 }
 
+TEST_F(UpdateChecker, OfTwoChecksInFlightTheSignalCarriesTheRecordThatWasJudgedAndNoneIsHarmful)
+{
+    const LoopbackServer server([](const LoopbackServer::Request &request) {
+        return LoopbackServer::Answer{200, request.target == "/newer" ? feed(120) : "no record", {}};
+    });
+    const auto checker = MBWSWUpdateChecker::initWithCurrentVersion(runningVersion, server.url(u"/newer"_s));
+    QList<std::shared_ptr<MBWSWUpdateInfo>> found;
+    QObject::connect(checker.get(), &MBWSWUpdateChecker::newSoftwareFound, checker.get(),
+                     [&](const auto &info) { found.append(info); });
+    // The main thread takes the outcome of the first check only after the second one has been judged.
+    while (!checker->updateInfo())
+        QThread::msleep(1);
+    checker->checkForUpdateWithURL(server.url(u"/none"_s));
+    while (checker->updateInfo())
+        QThread::msleep(1);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !found.isEmpty(); }, 20'000));
+    ASSERT_NE(found.first(), nullptr);
+    EXPECT_EQ(found.first()->versionIdentifier(), 120);
+    EXPECT_EQ(checker->updatePanel(), nullptr);
+    EXPECT_EQ(QApplication::topLevelWidgets(), QWidgetList());
+}
+
+TEST_F(UpdateChecker, AnObserverOfTheStartMayLetGoOfTheChecker)
+{
+    const LoopbackServer server(answering(feed(1)));
+    const Announcements announcements;
+    auto checker = MBWSWUpdateChecker::initWithCurrentVersion(runningVersion, server.url());
+    EXPECT_EQ(announcements.outcome().name, upToDate);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return checker.use_count() == 1; }));
+    QObject::connect(checker.get(), &MBWSWUpdateChecker::updateCheckDidStart, [&] { checker.reset(); });
+    checker->checkForUpdateWithURL(server.url());
+    EXPECT_EQ(checker, nullptr);
+    EXPECT_EQ(announcements.outcome(3).name, upToDate);
+}
+
+TEST_F(UpdateChecker, AFailedTransferLeavesTheRecordOfTheAnswerBefore)
+{
+    const Announcements announcements;
+    std::shared_ptr<MBWSWUpdateChecker> checker;
+    QUrl gone;
+    {
+        const LoopbackServer server(answering(feed(1)));
+        gone = server.url();
+        checker = MBWSWUpdateChecker::initWithCurrentVersion(runningVersion, gone);
+        EXPECT_EQ(announcements.outcome().name, upToDate);
+    }
+    const auto before = checker->updateInfo();
+    ASSERT_NE(before, nullptr);
+    checker->checkForUpdateWithURL(gone);
+    EXPECT_EQ(announcements.outcome(3).name, failed);
+    EXPECT_EQ(checker->updateInfo(), before);
+}
+
+TEST_F(UpdateChecker, ThePanelThatTheHostHasSetIsUsed)
+{
+    const LoopbackServer server(answering(feed(120)));
+    const Announcements announcements;
+    const auto checker = MBWSWUpdateChecker::initWithCurrentVersion(runningVersion, server.url());
+    const auto panel = std::make_shared<MBWUpdateNotificationPanel>();
+    checker->setUpdatePanel(panel);
+    EXPECT_EQ(announcements.outcome().name, newSoftware);
+    EXPECT_EQ(checker->updatePanel(), panel);
+    EXPECT_TRUE(panel->window()->isVisible());
+    EXPECT_EQ(panel->updateInfo(), checker->updateInfo());
+}
+
+TEST_F(UpdateChecker, TwoCheckersThatBothFindAReleaseEachShowItInTheirOwnPanel)
+{
+    const LoopbackServer server([](const LoopbackServer::Request &request) {
+        return LoopbackServer::Answer{200, feed(request.target == "/first" ? 120 : 130), {}};
+    });
+    const Announcements announcements;
+    const auto first = MBWSWUpdateChecker::initWithCurrentVersion(runningVersion, server.url(u"/first"_s));
+    const auto second = MBWSWUpdateChecker::initWithCurrentVersion(runningVersion, server.url(u"/second"_s));
+    EXPECT_NE(announcements.outcome(3).name, QString());
+    ASSERT_NE(first->updatePanel(), nullptr);
+    ASSERT_NE(second->updatePanel(), nullptr);
+    EXPECT_NE(first->updatePanel(), second->updatePanel());
+    EXPECT_TRUE(first->updatePanel()->window()->isVisible());
+    EXPECT_TRUE(second->updatePanel()->window()->isVisible());
+    EXPECT_EQ(first->updatePanel()->updateInfo()->versionIdentifier(), 120);
+    EXPECT_EQ(second->updatePanel()->updateInfo()->versionIdentifier(), 130);
+}
+
 TEST_F(UpdateChecker, TheCurrentVersionOfTheOutcomeCounts)
 {
     const LoopbackServer server(answering(feed(120)));
@@ -533,10 +617,12 @@ TEST_F(UpdateChecker, AHostThatQuitsWithACheckInFlightEndsAtOnceAndLeaksNothing)
         connection.readRequest();
         connection.stall();
     });
-    QElapsedTimer timer;
-    timer.start();
     const CapturedStandardError errors;
     ChildProgram host({QStringLiteral(UPDATE_HOST), server.url().toString()});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return server.requests().size() == 1; }, 20'000));
+    QElapsedTimer timer;
+    timer.start();
+    host.write("quit\n");
     EXPECT_EQ(host.exitStatus(), 0);
     EXPECT_LT(timer.elapsed(), 20'000); // The check itself would last for 60 seconds.
     EXPECT_EQ(server.connectionCount(), 1);

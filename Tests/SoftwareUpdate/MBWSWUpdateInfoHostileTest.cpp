@@ -2,6 +2,7 @@
 #include <Marblewick/NSKeyedUnarchiver.h>
 
 #include "Tests/Support/ArchiveBytes.h"
+#include "Tests/Support/PeakMemory.h"
 #include "Tests/Support/TemporaryHome.h"
 
 #include <gtest/gtest.h>
@@ -114,11 +115,22 @@ TEST(MBWSWUpdateInfoHostile, DecodesWithAStringOfAMegabyteInEveryField)
         const auto record = decoded(
             feed(bytes, key, bytes.uid(bytes.add(bytes.string(QString(1 << 20, u'9'))))));
         ASSERT_TRUE(record);
-        record->isOperatingSystemVersionCompatible();
+        EXPECT_TRUE(record->isOperatingSystemVersionCompatible()); // It has no dot.
         const QList<std::optional<QString>> read{record->productIdentifier(), record->productName(),
                                                  record->versionString(), record->systemVersion()};
         EXPECT_EQ(read[strings.indexOf(key)]->size(), 1 << 20);
     }
+}
+
+TEST(MBWSWUpdateInfoHostile, ComparesASystemVersionOfAMegabyte)
+{
+    MBWSWUpdateInfo record;
+    record.setSystemVersion(u"0."_s + QString(1 << 20, u'9'));
+    EXPECT_TRUE(record.isOperatingSystemVersionCompatible());
+    record.setSystemVersion(QString(1 << 20, u'9') + u".0"_s);
+    EXPECT_FALSE(record.isOperatingSystemVersionCompatible());
+    record.setSystemVersion(u"0.0"_s + u".9"_s.repeated(1 << 19));
+    EXPECT_TRUE(record.isOperatingSystemVersionCompatible());
 }
 
 TEST(MBWSWUpdateInfoHostile, DecodesWhereAllStringsAndURLsShareOneLongText)
@@ -131,7 +143,9 @@ TEST(MBWSWUpdateInfoHostile, DecodesWhereAllStringsAndURLsShareOneLongText)
         fields.emplace_back(key, text);
     for (const QString &key : urls)
         fields.emplace_back(key, url);
-    const auto record = decoded(bytes.archive(bytes.addObject(bytes.addClass(u"MBWSWUpdateInfo"_s), fields)));
+    const QByteArray feed = bytes.archive(bytes.addObject(bytes.addClass(u"MBWSWUpdateInfo"_s), fields));
+    std::shared_ptr<MBWSWUpdateInfo> record;
+    EXPECT_LT(peakMemoryAddedBy([&] { record = decoded(feed); }), 32 * feed.size());
     ASSERT_TRUE(record);
     EXPECT_EQ(record->appStoreURL()->path().size(), (1 << 20) + 1);
 }

@@ -101,6 +101,19 @@ TEST_F(UpdatePanelButtons, TextsOfAMegabyteWithMarkupLineBreaksAndPlaceholdersAr
     EXPECT_EQ(panel.errorText(), hostile);
 }
 
+TEST_F(UpdatePanelButtons, TheHeadlineIsLargerAndBoldAlsoWhereTheFontHasItsSizeInPixels)
+{
+    QFont font = QApplication::font();
+    font.setPixelSize(20);
+    QApplication::setFont(font);
+    MBWUpdateNotificationPanel other;
+    const QFont headline = other.window()->findChild<QLabel *>(u"headlineLabel"_s)->font();
+    EXPECT_EQ(headline.pixelSize(), 26);
+    EXPECT_TRUE(headline.bold());
+    EXPECT_GT(panel.window()->findChild<QLabel *>(u"headlineLabel"_s)->font().pointSizeF(),
+              panel.window()->font().pointSizeF());
+}
+
 TEST_F(UpdatePanelButtons, KeepsTheRecordAndTheErrorText)
 {
     EXPECT_EQ(panel.updateInfo(), info);

@@ -1,5 +1,5 @@
 // A host that shows the update panel and prints what came of it, for what depends on the host's own files:
-// UpdatePanelHost info | info-without-store | error | windowless
+// UpdatePanelHost info | info-without-store | error | windowless | version
 
 #include <Marblewick/MBWSWUpdateInfo.h>
 #include <Marblewick/MBWUpdateNotificationPanel.h>
@@ -47,6 +47,14 @@ int showError()
     return QCoreApplication::exec();
 }
 
+int printVersion(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    std::cout << MBWSWUpdateInfo().currentVersionString().value_or(QStringLiteral("none")).toStdString()
+              << '\n';
+    return 0;
+}
+
 int showWithoutWindows(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
@@ -61,6 +69,8 @@ int main(int argc, char **argv)
     const QByteArray mode(argc > 1 ? argv[1] : "");
     if (mode == "windowless")
         return showWithoutWindows(argc, argv);
+    if (mode == "version")
+        return printVersion(argc, argv);
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argc, argv);
     return mode == "error" ? showError() : showInfo(mode == "info");

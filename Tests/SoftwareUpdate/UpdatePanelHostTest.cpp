@@ -7,6 +7,8 @@
 #include <QFile>
 #include <QProcess>
 
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 using ::testing::HasSubstr;
 
@@ -71,10 +73,34 @@ TEST_F(UpdatePanelHost, WithoutThePluginThePanelSaysWhatIsMissingAndTheLogWhy)
     for (const QString &library : {u"libMarblewickCore.so.0"_s, u"libMarblewickPanels.so.0"_s})
         ASSERT_TRUE(QFile::copy(m_programs + u"../lib/"_s + library, m_folder + library));
     m_environment.insert(u"LD_LIBRARY_PATH"_s, m_folder);
-    EXPECT_EQ(output(u"error"_s), u"The part of the application that shows web pages is missing.\n"_s);
+    EXPECT_EQ(output(u"error"_s),
+              u"The part of the application that shows web pages is missing or cannot run.\n"_s);
     EXPECT_THAT(log.toStdString(),
                 HasSubstr((m_folder + u"marblewick/marblewick-webview.so"_s).toStdString()));
     EXPECT_THAT(log.toStdString(), HasSubstr("No such file or directory"));
+}
+
+TEST_F(UpdatePanelHost, HasNoVersionWhereItsPropertiesHaveOnlyTheNumberOfTheBuild)
+{
+    const auto properties = [](const QByteArray &members) {
+        return "<plist version=\"1.0\"><dict>" + members + "</dict></plist>";
+    };
+    const QByteArray build = "<key>CFBundleVersion</key><string>140</string>";
+    writeFile(m_folder + u"Info.plist"_s, properties(build));
+    EXPECT_EQ(output(u"version"_s), u"none\n"_s);
+    writeFile(m_folder + u"Info.plist"_s,
+              properties(build + "<key>CFBundleShortVersionString</key><string>1.4</string>"));
+    EXPECT_EQ(output(u"version"_s), u"1.4\n"_s);
+}
+
+TEST_F(UpdatePanelHost, AsRootWithTheSandboxOnThePanelSaysWhatCannotRunAndTheLogWhy)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root is refused";
+    m_environment.remove(u"QTWEBENGINE_DISABLE_SANDBOX"_s);
+    EXPECT_EQ(output(u"error"_s),
+              u"The part of the application that shows web pages is missing or cannot run.\n"_s);
+    EXPECT_THAT(log.toStdString(), HasSubstr("does not run as root"));
 }
 
 TEST_F(UpdatePanelHost, WithoutWindowsShowsNothingAndSaysSo)

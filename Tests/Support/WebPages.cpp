@@ -1,8 +1,14 @@
 #include "Tests/Support/WebPages.h"
 
+#include <QDir>
 #include <QEventLoop>
+#include <QFile>
 #include <QTest>
 #include <QTimer>
+
+#include <csignal>
+
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -13,6 +19,18 @@ constexpr int rowHeight = 40;
 QString pathOf(const LoopbackServer::Request &request)
 {
     return QString::fromUtf8(request.target.split('?').first());
+}
+
+/*! Each process that there is, with its parent. */
+QMap<pid_t, pid_t> parentsOfProcesses()
+{
+    QMap<pid_t, pid_t> parents;
+    for (const QString &process : QDir(u"/proc"_s).entryList(QDir::Dirs)) {
+        QFile file(u"/proc/%1/stat"_s.arg(process));
+        if (process.toInt() > 0 && file.open(QIODevice::ReadOnly)) // It may have ended.
+            parents.insert(process.toInt(), file.readAll().split(')').last().split(' ').value(2).toInt());
+    }
+    return parents;
 }
 
 } // namespace
@@ -75,4 +93,22 @@ void WebPages::click(QWidget *view, int row, Qt::MouseButton button)
     const QPoint place(10, row * rowHeight + 10);
     QTest::mouseMove(receiver(view), place);
     QTest::mouseClick(receiver(view), button, {}, place);
+}
+
+bool WebPages::endRenderers()
+{
+    // The engine starts its first processes itself. These start the others, which start none.
+    const QMap<pid_t, pid_t> parents = parentsOfProcesses();
+    const auto isOurs = [&](pid_t process) {
+        while (process > 1 && process != ::getpid())
+            process = parents.value(process);
+        return process == ::getpid();
+    };
+    bool hasEnded = false;
+    for (const auto [process, parent] : parents.asKeyValueRange()) {
+        const bool isLast = std::ranges::find(parents, process) == parents.end();
+        if (isLast && parent != ::getpid() && isOurs(parent))
+            hasEnded |= ::kill(process, SIGKILL) == 0;
+    }
+    return hasEnded;
 }

@@ -31,6 +31,8 @@ public:
 
     /*! Moves the mouse to a row of the page that `view` shows, and clicks there. */
     static void click(QWidget *view, int row, Qt::MouseButton button = Qt::LeftButton);
+    /*! Kills the processes in which the engine of this process shows pages; whether there were any. */
+    [[nodiscard]] static bool endRenderers();
     /*! What a view hands its keys and clicks to. */
     static QWidget *receiver(QWidget *view);
 

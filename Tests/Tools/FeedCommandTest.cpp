@@ -167,8 +167,10 @@ TEST_F(FeedCommand, RefusesARecordWithoutAVersionIdentifier)
 TEST_F(FeedCommand, RefusesAFieldThatIsNoURLOrIsNeverOpened)
 {
     for (const QByteArray key : {"directDownloadURL", "productPageURL", "appStoreURL"}) {
-        for (const QByteArray value : {"\"\"", "\"/download\"", "\"https://exa mple.com\"", "\"https:///a\"",
-                                       "5", "\"javascript:alert(1)\"", "\"data:,a\"", "\"file:///etc\""})
+        for (const QByteArray value :
+             {"\"\"", "\"/download\"", "\"https://exa mple.com\"", "\"https:///a\"", "5", "\"about:blank\"",
+              "\"blob:x\"", "\"qrc:/a\"", "\"vbscript:a\"", "\"view-source:http://a\"",
+              "\"filesystem:http://a\"", "\"javascript:alert(1)\"", "\"data:,a\"", "\"file:///etc\""})
             EXPECT_THAT(refusalOfMember('"' + key + "\": " + value),
                         StartsWith("marblewick: in.json: “" + key.toStdString() + "” is "
                                    + value.toStdString() + ", but it has to be a URL with its scheme"));

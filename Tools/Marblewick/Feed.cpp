@@ -97,7 +97,8 @@ void addShowCommand(CLI::App *feed, Action *action)
     const auto input = std::make_shared<std::string>();
     const auto asJSON = std::make_shared<bool>(false);
     addFile(command, "FILE", "Feed; \"-\" is standard input", input.get())->required();
-    command->add_flag("--json", *asJSON, "As the JSON object that \"create\" takes");
+    command->add_flag("--json", *asJSON,
+                      "As a JSON object, which \"create\" takes where nothing in it is refused");
     command->callback([=] { *action = [=] { return showFeed(*input, *asJSON); }; });
 }
 

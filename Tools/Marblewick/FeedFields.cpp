@@ -2,6 +2,7 @@
 
 #include <Marblewick/NSString.h>
 #include <Marblewick/NSURL.h>
+#include <Marblewick/NSWorkspace.h>
 
 #include <QJsonDocument>
 #include <QRegularExpression>
@@ -83,11 +84,12 @@ std::optional<QString> setURL(MBWSWUpdateInfo *record, const Field<QUrl> &field,
     const bool isWeb = scheme == u"https" || scheme == u"http";
     if (field.key == updateInfoURLKey && !isWeb)
         return complaint(field.key, value, u"a URL that begins with https:// or http://, as a string"_s);
-    const bool leadsIntoMachine = scheme == u"javascript" || scheme == u"data" || scheme == u"file";
-    if (scheme.isEmpty() || leadsIntoMachine || (isWeb && url->host().isEmpty()))
-        return complaint(field.key, value,
-                         u"a URL with its scheme, as a string, such as \"https://example.com/a%20b\"; the "
-                         "schemes data, file and javascript are never opened"_s);
+    if (!NSWorkspace::opensScheme(scheme) || (isWeb && url->host().isEmpty()))
+        return complaint(
+            field.key, value,
+            u"a URL with its scheme, as a string, such as \"https://example.com/a%20b\"; one that "
+            "leads into the user's machine or holds a program, such as data, file and "
+            "javascript, is never opened"_s);
     (record->*field.set)(url);
     return std::nullopt;
 }

@@ -1,6 +1,7 @@
 #include "Platform/WebKit/QtWebEngine/WebEnginePage.h"
 
 #include "Platform/Foundation/NSURLError.h"
+#include "Platform/WebKit/QtWebEngine/ClickedLink.h"
 #include "Platform/WebKit/QtWebEngine/NetworkError.h"
 #include "Platform/WebKit/WKError.h"
 
@@ -10,18 +11,14 @@
 #include <QWebEngineLoadingInfo>
 #include <QWebEngineNewWindowRequest>
 #include <QWebEngineProfile>
+#include <QWebEngineScriptCollection>
 #include <QWebEngineSettings>
-
-#include <chrono>
 
 using namespace Qt::StringLiterals;
 
 namespace Marblewick {
 
 namespace {
-
-/*! For how long what a page does counts as the user's doing, as the HTML standard advises. */
-constexpr std::chrono::seconds userActivation{5};
 
 bool isOfTheWeb(const QUrl &url) { return url.scheme() == "http"_L1 || url.scheme() == "https"_L1; }
 
@@ -46,17 +43,18 @@ void secure(QWebEngineSettings *settings)
 
 } // namespace
 
-WebEnginePage::WebEnginePage(QWebEngineProfile *profile, WebContentClient *client)
-    : QWebEnginePage(profile)
+WebEnginePage::WebEnginePage(QWebEngineProfile *profile, WebContentClient *client, QObject *parent)
+    : QWebEnginePage(profile, parent)
     , m_client(client)
 {
     secure(settings());
+    scripts().insert(clickedLinkScript(m_mark));
     connect(this, &QWebEnginePage::loadingChanged, this, &WebEnginePage::end);
     connect(this, &QWebEnginePage::loadProgress, this, [this] {
         if (m_client)
             m_client->didProgress();
     });
-    connect(this, &QWebEnginePage::urlChanged, this, &WebEnginePage::jumpWithinPage);
+    connect(this, &QWebEnginePage::renderProcessTerminated, this, &WebEnginePage::die);
     connect(this, &QWebEnginePage::newWindowRequested, this, &WebEnginePage::askForNewWindow);
     connect(this, &QWebEnginePage::featurePermissionRequested, this,
             [this](const QUrl &origin, Feature feature) {
@@ -78,22 +76,26 @@ void WebEnginePage::stop()
 
 bool WebEnginePage::acceptNavigationRequest(const QUrl &url, NavigationType type, bool isMainFrame)
 {
-    if (!m_client || !m_client->decide(url, publishedType(type)))
+    if (!m_client || !m_client->decide(url, publishedType(url, type)))
         return false;
     // What the engine does not load itself, it would hand to the desktop.
-    if (!isOfTheWeb(url) && (isMainFrame || !isInline(url)))
+    if (!isOfTheWeb(url) && (isMainFrame || !isInline(url))) {
+        // It takes the place of what was under way, or was redirected here, and ends without a page.
+        if (isMainFrame && m_client && m_url.isValid() && !hasCommitted())
+            fail(NSURLErrorUnsupportedURL);
         return false;
+    }
     if (isMainFrame)
         begin(url, type);
     return true;
 }
 
-WKNavigationType WebEnginePage::publishedType(NavigationType type) const
+WKNavigationType WebEnginePage::publishedType(const QUrl &url, NavigationType type)
 {
     switch (type) {
     case NavigationTypeLinkClicked:
         // The engine calls it a click, too, when a script goes to another page.
-        return isByUser() ? WKNavigationTypeLinkActivated : WKNavigationTypeOther;
+        return takeClick(url) ? WKNavigationTypeLinkActivated : WKNavigationTypeOther;
     case NavigationTypeFormSubmitted:
         return WKNavigationTypeFormSubmitted;
     case NavigationTypeBackForward:
@@ -105,10 +107,12 @@ WKNavigationType WebEnginePage::publishedType(NavigationType type) const
     }
 }
 
-bool WebEnginePage::isByUser() const
+bool WebEnginePage::takeClick(const QUrl &url)
 {
-    return m_sinceUserInput.isValid()
-           && m_sinceUserInput.elapsed() < std::chrono::milliseconds(userActivation).count();
+    if (!url.isValid() || url != m_clicked)
+        return false;
+    m_clicked.clear();
+    return true;
 }
 
 void WebEnginePage::begin(const QUrl &url, NavigationType type)
@@ -157,21 +161,33 @@ void WebEnginePage::fail(qint64 code)
         m_url.clear();
 }
 
+void WebEnginePage::die()
+{
+    stop();
+    if (m_client)
+        m_client->didDie();
+}
+
 /*! A link to a window of its own is followed here, as far as the client wants it. */
 void WebEnginePage::askForNewWindow(const QWebEngineNewWindowRequest &request)
 {
     const QUrl url = request.requestedUrl();
-    const bool isLink = request.isUserInitiated();
+    const bool isLink = takeClick(url);
     const WKNavigationType type = isLink ? WKNavigationTypeLinkActivated : WKNavigationTypeOther;
     if (m_client && m_client->decide(url, type) && isLink && m_client && isOfTheWeb(url))
         load(url);
 }
 
-/*! The engine goes to another place of the same page without asking, so it is asked when it is there. */
-void WebEnginePage::jumpWithinPage(const QUrl &url)
+void WebEnginePage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString &message, int,
+                                             const QString &)
 {
-    if (m_client && url.hasFragment() && isByUser())
-        m_client->decide(url, WKNavigationTypeLinkActivated);
+    const std::optional<ClickedLink> link = clickedLink(message, m_mark);
+    if (!link || !m_client)
+        return;
+    if (link->isUnasked)
+        m_client->decide(link->url, WKNavigationTypeLinkActivated);
+    else
+        m_clicked = link->url;
 }
 
 } // namespace Marblewick

@@ -2,7 +2,7 @@
 
 #include "Platform/WebKit/WebContent.h"
 
-#include <QElapsedTimer>
+#include <QUuid>
 #include <QWebEnginePage>
 
 namespace Marblewick {
@@ -17,10 +17,8 @@ class WebEnginePage final : public QWebEnginePage
     Q_OBJECT
 
 public:
-    WebEnginePage(QWebEngineProfile *profile, WebContentClient *client);
+    WebEnginePage(QWebEngineProfile *profile, WebContentClient *client, QObject *parent);
 
-    /*! The user has clicked or pressed a key in the page. */
-    void noteUserInput() { m_sinceUserInput.start(); }
     void stop();
     bool hasCommitted() const;
     WebContentClient *client() const { return m_client; }
@@ -35,9 +33,8 @@ protected:
     {
         return false;
     }
-    void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString &, int,
-                                  const QString &) override
-    { }
+    void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel level, const QString &message, int line,
+                                  const QString &source) override;
     QStringList chooseFiles(FileSelectionMode, const QStringList &, const QStringList &) override
     {
         return {};
@@ -48,15 +45,16 @@ private:
     void end(const QWebEngineLoadingInfo &info);
     void fail(qint64 code);
     void askForNewWindow(const QWebEngineNewWindowRequest &request);
-    void jumpWithinPage(const QUrl &url);
-    bool isByUser() const;
-    WKNavigationType publishedType(NavigationType type) const;
+    void die();
+    bool takeClick(const QUrl &url);
+    WKNavigationType publishedType(const QUrl &url, NavigationType type);
     QDateTime lastArrival() const;
 
     WebContentClient *m_client;
     QUrl m_url; ///< of the navigation that is under way; invalid where none is
     QDateTime m_arrivalBefore;
-    QElapsedTimer m_sinceUserInput;
+    const QString m_mark = QUuid::createUuid().toString(); ///< see clickedLinkScript()
+    QUrl m_clicked; ///< the link that was clicked, until the engine asks for it
 };
 
 } // namespace Marblewick

@@ -3,8 +3,12 @@
 #include <QGuiApplication>
 #include <QPalette>
 
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
 extern "C" Q_DECL_EXPORT Marblewick::WebContent *marblewickCreateWebContent(
-    Marblewick::WebContentClient *client);
+    Marblewick::WebContentClient *client, QString *reason);
 
 namespace {
 
@@ -27,6 +31,23 @@ private:
     const QByteArray m_flags = qgetenv(flagsVariable);
 };
 
+/*! The arguments that the engine takes: those of the environment where there are any. */
+QStringList engineArguments()
+{
+    if (qEnvironmentVariableIsSet(flagsVariable))
+        return qEnvironmentVariable(flagsVariable).split(u' ');
+    const QStringList arguments = QCoreApplication::arguments();
+    const qsizetype mark = arguments.indexOf("--webEngineArgs"_L1);
+    return mark < 0 ? QStringList() : arguments.mid(mark + 1);
+}
+
+/*! Root has no sandbox to put the engine's processes into: unless it is to do without, it ends the host. */
+bool canRun()
+{
+    return ::geteuid() != 0 || qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX")
+           || engineArguments().contains("--no-sandbox"_L1);
+}
+
 bool isPaletteDark()
 {
     const QPalette palette = QGuiApplication::palette();
@@ -35,8 +56,12 @@ bool isPaletteDark()
 
 } // namespace
 
-Marblewick::WebContent *marblewickCreateWebContent(Marblewick::WebContentClient *client)
+Marblewick::WebContent *marblewickCreateWebContent(Marblewick::WebContentClient *client, QString *reason)
 {
+    if (!canRun()) {
+        *reason = u"The web engine does not run as root unless QTWEBENGINE_DISABLE_SANDBOX is set"_s;
+        return nullptr;
+    }
     std::optional<DarkColors> colors;
     if (isPaletteDark())
         colors.emplace();

@@ -2,7 +2,6 @@
 
 #include "Platform/AppKit/NSMenuItem.h"
 
-#include <QChildEvent>
 #include <QContextMenuEvent>
 #include <QCoreApplication>
 #include <QMenu>
@@ -65,48 +64,44 @@ void deleteViews()
 } // namespace
 
 WebEngineView::WebEngineView(WebContentClient *client)
-    : m_page(&m_profile, client)
+    : m_page(new WebEnginePage(&m_profile, client, &m_pages))
 {
     views.insert(this);
-    setPage(&m_page);
+    setPage(m_page);
 }
 
 WebEngineView::~WebEngineView()
 {
-    m_page.forgetClient();
+    m_page->forgetClient();
     views.remove(this);
 }
 
 void WebEngineView::loadURL(const QUrl &url)
 {
-    m_page.load(url);
+    // To another place of the page that is shown the engine would only jump, and tell nothing of it.
+    if (url.hasFragment() && !m_page->url().isEmpty())
+        renewPage();
+    m_page->load(url);
     // These run in reverse order, and the first load sets up what the views need to the last.
     static const bool isAdded = (qAddPostRoutine(deleteViews), true);
     Q_UNUSED(isAdded)
 }
 
+void WebEngineView::renewPage()
+{
+    WebEnginePage *const former = m_page;
+    m_page = new WebEnginePage(&m_profile, former->client(), &m_pages);
+    setPage(m_page);
+    former->forgetClient();
+    former->deleteLater(); // The engine may be in the middle of a call.
+}
+
 void WebEngineView::release()
 {
-    m_page.forgetClient();
+    m_page->forgetClient();
     hide();
     setParent(nullptr);
     deleteLater(); // The engine may be in the middle of a call.
-}
-
-/*! The engine puts a widget of its own over the view, and now and then another one, which takes all input. */
-void WebEngineView::childEvent(QChildEvent *event)
-{
-    if (event->added())
-        event->child()->installEventFilter(this);
-    QWebEngineView::childEvent(event);
-}
-
-bool WebEngineView::eventFilter(QObject *watched, QEvent *event)
-{
-    const QEvent::Type type = event->type();
-    if (type == QEvent::MouseButtonRelease || type == QEvent::KeyPress || type == QEvent::TouchEnd)
-        m_page.noteUserInput();
-    return QWebEngineView::eventFilter(watched, event);
 }
 
 void WebEngineView::contextMenuEvent(QContextMenuEvent *event)
@@ -121,27 +116,27 @@ void WebEngineView::contextMenuEvent(QContextMenuEvent *event)
         return;
     }
     // What can be copied is what is selected: without a selection, the word that was clicked.
-    m_page.runJavaScript(selectionOfWord(QPointF(position) / zoomFactor()),
-                         QWebEngineScript::ApplicationWorld,
-                         [self = QPointer(this), position, globalPosition](const QVariant &isSelected) {
-                             if (self)
-                                 self->openMenu(position, globalPosition, isSelected.toBool());
-                         });
+    m_page->runJavaScript(selectionOfWord(QPointF(position) / zoomFactor()),
+                          QWebEngineScript::ApplicationWorld,
+                          [self = QPointer(this), position, globalPosition](const QVariant &isSelected) {
+                              if (self)
+                                  self->openMenu(position, globalPosition, isSelected.toBool());
+                          });
 }
 
 void WebEngineView::openMenu(const QPoint &position, const QPoint &globalPosition, bool isWordSelected)
 {
-    if (!m_page.client())
+    if (!m_page->client())
         return;
     QMenu *const menu = createStandardContextMenu();
     if (isWordSelected) { // which the menu does not know
-        m_page.action(QWebEnginePage::Copy)->setEnabled(true);
-        menu->addAction(m_page.action(QWebEnginePage::Copy));
+        m_page->action(QWebEnginePage::Copy)->setEnabled(true);
+        menu->addAction(m_page->action(QWebEnginePage::Copy));
     }
     for (const TaggedAction &tagged : taggedActions)
-        NSMenuItem::setTag(m_page.action(tagged.action), tagged.tag);
+        NSMenuItem::setTag(m_page->action(tagged.action), tagged.tag);
     QContextMenuEvent event(QContextMenuEvent::Mouse, position, globalPosition);
-    m_page.client()->openMenu(menu, &event);
+    m_page->client()->openMenu(menu, &event);
 }
 
 } // namespace Marblewick

@@ -18,21 +18,20 @@ public:
 
     QWidget *widget() override { return this; }
     void loadURL(const QUrl &url) override;
-    void stopLoading() override { m_page.stop(); }
-    bool hasCommitted() const override { return m_page.hasCommitted(); }
+    void stopLoading() override { m_page->stop(); }
+    bool hasCommitted() const override { return m_page->hasCommitted(); }
     void release() override;
 
-    bool eventFilter(QObject *watched, QEvent *event) override;
-
 protected:
-    void childEvent(QChildEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
+    void renewPage();
     void openMenu(const QPoint &position, const QPoint &globalPosition, bool isWordSelected);
 
     QWebEngineProfile m_profile;
-    WebEnginePage m_page;
+    QObject m_pages; ///< the parent of all pages, which end before their profile
+    WebEnginePage *m_page;
 };
 
 } // namespace Marblewick

@@ -75,6 +75,8 @@ protected:
         note(u"failed after %1"_s.arg(error.code()), navigation);
     }
 
+    void webViewWebContentProcessDidTerminate(WKWebView *) override { ++deaths; }
+
     void note(const QString &event, const std::shared_ptr<WKNavigation> &navigation)
     {
         EXPECT_NE(navigation, nullptr);
@@ -105,6 +107,7 @@ protected:
     QStringList events;
     QList<std::shared_ptr<WKNavigation>> navigations;
     QString domain;
+    int deaths = 0; ///< of the process behind the page
     QString deletingEvent = u"none"_s; ///< at which the delegate deletes the view
 };
 
@@ -137,6 +140,26 @@ TEST_F(WebViewTest, APageStartsAndFinishesWithTheTokenThatLoadingReturned)
     EXPECT_NE(again, token);
     ASSERT_TRUE(WebPages::waitFor([&] { return events.size() == 4; }));
     EXPECT_EQ(navigations.last(), again);
+}
+
+TEST_F(WebViewTest, TheSamePageWithAnotherFragmentOrTheSameOneIsLoadedOnceMore)
+{
+    pages.add(u"/a"_s, {u"a"_s});
+    for (const QString &fragment : {u"/a#4.2"_s, u"/a#4.3"_s, u"/a#4.3"_s, u"/a"_s, u"/a#4.2"_s}) {
+        EXPECT_EQ(eventsOf(pages.url(fragment)), (QStringList{u"started"_s, u"finished"_s}));
+        EXPECT_EQ(navigations.last(), navigations.at(navigations.size() - 2));
+    }
+    EXPECT_EQ(pages.requestCount(u"/a"_s), 5);
+}
+
+TEST_F(WebViewTest, APageWithAFragmentIsLoadedAgainAfterALinkWithinIt)
+{
+    pages.add(u"/a"_s, {u"<a href='#b'>b</a><script>onhashchange = () => fetch('/jumped')</script>"_s});
+    EXPECT_EQ(eventsOf(pages.url(u"/a#a"_s)).last(), u"finished"_s);
+    ASSERT_TRUE(pages.isDrawn(u"/a"_s));
+    WebPages::click(view, 0);
+    ASSERT_TRUE(pages.isRequested(u"/jumped"_s));
+    EXPECT_EQ(eventsOf(pages.url(u"/a#a"_s)), (QStringList{u"started"_s, u"finished"_s}));
 }
 
 TEST_F(WebViewTest, ALoadThatIsSupersededFailsAsCancelledBeforeTheNextStarts)
@@ -247,6 +270,23 @@ TEST_F(WebViewTest, APageThatBeganAndStallsIsFinishedWithWhatCame)
     EXPECT_EQ(eventsOf(stalled.url(), 1), (QStringList{u"started"_s, u"finished"_s}));
 }
 
+TEST_F(WebViewTest, AProcessThatDiesWhileAPageLoadsOrIsShownIsToldOnceAndThePageCanBeLoadedAgain)
+{
+    const RawServer stalled(stallingAfter(beginningOfAPage + "<img src='picture'>"));
+    pages.add(u"/a"_s, {u"a"_s});
+    load(stalled.url());
+    ASSERT_TRUE(WebPages::waitFor([&] { return stalled.requests().size() == 2; })); // the picture's, too
+    ASSERT_TRUE(WebPages::endRenderers());
+    ASSERT_TRUE(WebPages::waitFor([&] { return deaths == 1; }));
+    EXPECT_EQ(events, QStringList{u"started"_s});
+
+    EXPECT_EQ(eventsOf(pages.url(u"/a"_s)), (QStringList{u"started"_s, u"finished"_s}));
+    ASSERT_TRUE(WebPages::endRenderers());
+    ASSERT_TRUE(WebPages::waitFor([&] { return deaths == 2; }));
+    EXPECT_EQ(events.size(), 2);
+    EXPECT_EQ(eventsOf(pages.url(u"/a"_s)), (QStringList{u"started"_s, u"finished"_s}));
+}
+
 TEST_F(WebViewTest, AURLOfAMegabyteIsLoadedOrFails)
 {
     const QStringList all = eventsOf(pages.url(u'/' + u"x"_s.repeated(1'000'000)));
@@ -271,6 +311,13 @@ public:
             decisionHandler(WKNavigationActionPolicyAllow);
     }
 
+    void webViewDidFailProvisionalNavigation(WKWebView *, const std::shared_ptr<WKNavigation> &,
+                                             const NSError &error) override
+    {
+        failures.append(error.code());
+    }
+
+    QList<qint64> failures;
     QList<QUrl> asked;
     QList<WKNavigationType> types;
     bool answers = false;
@@ -290,6 +337,15 @@ TEST_F(WebViewTest, WhatTheDelegateDoesNotDecideIsNotVisited)
     EXPECT_EQ(delegate.asked, QList{pages.url(u"/a"_s)});
     EXPECT_EQ(delegate.types, QList{WKNavigationTypeOther});
     EXPECT_EQ(pages.requestCount(u"/a"_s), 0);
+}
+
+TEST_F(WebViewTest, ALoadThatNeverStartsTimesOut)
+{
+    DecidingDelegate delegate;
+    view->setNavigationDelegate(&delegate);
+    load(pages.url(u"/a"_s), 0.3);
+    ASSERT_TRUE(WebPages::waitFor([&] { return !delegate.failures.isEmpty(); }));
+    EXPECT_EQ(delegate.failures, QList<qint64>{NSURLErrorTimedOut});
 }
 
 TEST_F(WebViewTest, TheDelegateIsAskedForFramesInsideThePageToo)
