@@ -1,5 +1,6 @@
 #include "Benchmarks/Benchmarks.h"
 #include "Benchmarks/Comparison.h"
+#include "Benchmarks/Loopback.h"
 
 #include <Marblewick/MBWCrashReporter.h>
 
@@ -9,11 +10,9 @@
 #include <QTemporaryDir>
 #include <QUrl>
 
-#include <arpa/inet.h>
 #include <chrono>
 #include <cstdlib>
 #include <future>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -29,19 +28,7 @@ constexpr qsizetype reportSize = 50'000'000;
 class Sink
 {
 public:
-    Sink()
-        : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
-    {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        if (::bind(m_socket, reinterpret_cast<sockaddr *>(&address), length) != 0
-            || ::listen(m_socket, 8) != 0
-            || ::getsockname(m_socket, reinterpret_cast<sockaddr *>(&address), &length) != 0)
-            std::abort();
-        m_port = ntohs(address.sin_port);
-    }
+    Sink() = default;
     ~Sink() { ::close(m_socket); }
     Sink(const Sink &) = delete;
     Sink &operator=(const Sink &) = delete;
@@ -97,8 +84,8 @@ private:
         return end + 4 + length - received.size();
     }
 
-    int m_socket;
     quint16 m_port = 0;
+    const int m_socket = listenOnLoopback(&m_port);
 };
 
 struct Upload

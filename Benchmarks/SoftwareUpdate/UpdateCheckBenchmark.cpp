@@ -1,6 +1,7 @@
 #include "Benchmarks/Benchmarks.h"
 #include "Benchmarks/Command.h"
 #include "Benchmarks/Comparison.h"
+#include "Benchmarks/Loopback.h"
 
 #include <Marblewick/MBWSWUpdateChecker.h>
 #include <Marblewick/MBWSWUpdateInfo.h>
@@ -10,9 +11,7 @@
 #include <QEventLoop>
 #include <QTemporaryDir>
 
-#include <arpa/inet.h>
 #include <cstdlib>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
@@ -30,15 +29,6 @@ public:
         : m_answer("HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: "
                    + QByteArray::number(feed.size()) + "\r\n\r\n" + feed)
     {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        if (::bind(m_socket, reinterpret_cast<sockaddr *>(&address), length) != 0
-            || ::listen(m_socket, 8) != 0
-            || ::getsockname(m_socket, reinterpret_cast<sockaddr *>(&address), &length) != 0)
-            std::abort();
-        m_port = ntohs(address.sin_port);
         m_thread = std::thread([this] { serve(); });
     }
     ~FeedServer()
@@ -66,8 +56,8 @@ private:
     }
 
     const QByteArray m_answer;
-    const int m_socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     quint16 m_port = 0;
+    const int m_socket = listenOnLoopback(&m_port);
     std::thread m_thread;
 };
 
