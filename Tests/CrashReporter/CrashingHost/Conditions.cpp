@@ -71,6 +71,15 @@ void useUpDescriptors()
     while (::open("/dev/null", O_RDONLY) >= 0) { }
 }
 
+/*! As a system leaves a process that was root, where it lets nobody look at such ones. */
+void dropPrivileges()
+{
+    constexpr uid_t nobody = 65534;
+    if (::setresgid(nobody, nobody, nobody) != 0 || ::setresuid(nobody, nobody, nobody) != 0)
+        ::_exit(EXIT_FAILURE);
+    ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
+}
+
 void limitFileSize()
 {
     constexpr rlimit limit = {.rlim_cur = 100, .rlim_max = 100};
@@ -110,11 +119,14 @@ const Conditions &conditionsAfter()
         {u"no descriptors"_s, useUpDescriptors},
         {u"small files only"_s, limitFileSize},
         {u"not dumpable"_s, [] { ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0); }},
+        {u"dropped privileges"_s, dropPrivileges},
         {u"no ptrace"_s, [] { refuseSystemCall(SYS_ptrace); }},
         {u"no new processes"_s, [] { refuseSystemCall(SYS_clone); }},
         {u"closed umask"_s, [] { ::umask(0777); }},
         {u"renamed"_s, [] { QCoreApplication::setApplicationName(u"Käfer/Co\n\"2\""_s); }},
         {u"handler crashes"_s, [] { crashHandlerIn({HandlerCall::SocketPair}); }},
+        {u"handler crashes beside its helper"_s, [] { crashHandlerIn({HandlerCall::Send}); }},
+        {u"cancelled in handler"_s, cancelThreadInHandler},
         {u"handler crashes twice"_s,
          [] {
              crashHandlerIn({HandlerCall::SocketPair, HandlerCall::FileSync});

@@ -180,6 +180,11 @@ const std::map<QString, void (*)()> &ways()
         {u"SIGILL"_s, executeNoInstruction},
         {u"SIGTRAP"_s, hitBreakpoint},
         {u"SIGSYS"_s, callForbiddenFunction},
+        {u"SIGTRAP, then SIGSEGV"_s,
+         [] {
+             hitBreakpoint();
+             writeThroughNull();
+         }},
         {u"raise SIGTRAP"_s, [] { ::raise(SIGTRAP); }},
         {u"kill SIGSEGV"_s, [] { ::kill(::getpid(), SIGSEGV); }},
         {u"thread"_s, [] { inThread(writeThroughNull); }},
