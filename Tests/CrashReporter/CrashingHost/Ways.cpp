@@ -60,6 +60,8 @@ namespace {
     ::syscall(SYS_getpriority, 0, 0);
 }
 
+[[gnu::noinline]] void killItself() { ::kill(::getpid(), SIGSEGV); }
+
 [[gnu::noinline]] void callAbort() { std::abort(); }
 
 [[gnu::noinline]] int overflowStack(int depth)
@@ -186,7 +188,7 @@ const std::map<QString, void (*)()> &ways()
              writeThroughNull();
          }},
         {u"raise SIGTRAP"_s, [] { ::raise(SIGTRAP); }},
-        {u"kill SIGSEGV"_s, [] { ::kill(::getpid(), SIGSEGV); }},
+        {u"kill SIGSEGV"_s, killItself},
         {u"thread"_s, [] { inThread(writeThroughNull); }},
         {u"QThread"_s, [] { inQThread(writeThroughNull); }},
         {u"overflow"_s, [] { overflowStack(0); }},
