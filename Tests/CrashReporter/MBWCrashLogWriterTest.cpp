@@ -214,9 +214,11 @@ TEST(MBWCrashLogWriter, AHandlerThatTheHostHadBeforeIsCalledWithTheSameSignalAft
 
 TEST(MBWCrashLogWriter, ACrashThatAFormerHandlerMakesOfItDoesNotReplaceTheLog)
 {
-    const CrashedHost host({u"aborting handler"_s, u"SIGSEGV"_s});
-    expectDeath(host, SIGABRT);
-    EXPECT_EQ(host.body()[u"exception"_s][u"signal"_s].toString(), u"SIGSEGV"_s);
+    for (const QString &handler : {u"aborting handler"_s, u"aborting handler that blocks nothing"_s}) {
+        const CrashedHost host({handler, u"SIGSEGV"_s});
+        expectDeath(host, SIGABRT);
+        EXPECT_EQ(host.body()[u"exception"_s][u"signal"_s].toString(), u"SIGSEGV"_s);
+    }
 }
 
 TEST(MBWCrashLogWriter, AFormerHandlerThatReturnsLetsTheHostGoOnWithoutAChildThatItDidNotStart)

@@ -38,11 +38,13 @@ void exitHandler(int number, siginfo_t *signal, void *)
     ::_exit(42);
 }
 
-void installHandler(int number, void (*handler)(int, siginfo_t *, void *))
+void abortHandler(int, siginfo_t *, void *) { std::abort(); }
+
+void installHandler(int number, void (*handler)(int, siginfo_t *, void *), int flags = 0)
 {
     struct sigaction action = {};
     action.sa_sigaction = handler;
-    action.sa_flags = SA_SIGINFO;
+    action.sa_flags = SA_SIGINFO | flags;
     ::sigaction(number, &action, nullptr);
 }
 
@@ -90,8 +92,9 @@ const Conditions &conditionsBefore()
 {
     static const Conditions all{
         {u"former handler"_s, [] { installHandler(SIGSEGV, &exitHandler); }},
-        {u"aborting handler"_s,
-         [] { installHandler(SIGSEGV, [](int, siginfo_t *, void *) { std::abort(); }); }},
+        {u"aborting handler"_s, [] { installHandler(SIGSEGV, &abortHandler); }},
+        {u"aborting handler that blocks nothing"_s,
+         [] { installHandler(SIGSEGV, &abortHandler, SA_NODEFER); }},
         {u"returning handler"_s, [] { installHandler(SIGTRAP, &tellOfUnwaitedChildren); }},
         {u"ignored SIGTRAP"_s, [] { std::signal(SIGTRAP, SIG_IGN); }},
         {u"ignored SIGABRT"_s, [] { std::signal(SIGABRT, SIG_IGN); }},
