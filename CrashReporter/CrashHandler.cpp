@@ -44,8 +44,17 @@ static_assert(std::atomic<ThreadIdentity>::is_always_lock_free);
 
 /*! The thread whose crash is being written; nobody where none is. */
 constinit std::atomic<ThreadIdentity> writer = ThreadIdentity{};
-/*! The last one whose crash was written and then left to a handler of the host's. */
-constinit std::atomic<ThreadIdentity> writtenThread = ThreadIdentity{};
+
+/*! A crash, by its thread and its signal. */
+struct HandedOnCrash
+{
+    pid_t thread = 0;
+    int signal = 0;
+};
+static_assert(std::atomic<HandedOnCrash>::is_always_lock_free);
+
+/*! The last one that was written and then left to a handler of the host's. */
+constinit std::atomic<HandedOnCrash> handedOnCrash = HandedOnCrash{};
 
 /*! The crash that is being written. Its owner's alone. */
 constinit Prepared crash;
@@ -84,6 +93,17 @@ bool becomeWriter(ThreadIdentity self)
     while (writer.load() == holder)
         ::nanosleep(&pause, nullptr);
     return false;
+}
+
+/*! Whether a handler of the host's has made this crash out of the one that was left to it, as by abort().
+    Such a handler has its signal blocked; one that does not cannot be told from what comes after it.
+*/
+bool isMadeOfHandedOnCrash(const ucontext_t &context)
+{
+    const HandedOnCrash former = handedOnCrash;
+    return former.thread == ::gettid()
+           && (::sigismember(&context.uc_sigmask, former.signal) == 1
+               || (formerAction(former.signal).sa_flags & SA_NODEFER) != 0);
 }
 
 void recordCrash(ThreadIdentity self, const siginfo_t &signal, const ucontext_t &context)
@@ -149,18 +169,20 @@ struct sigaction defaultAction()
     ::_exit(128 + crash.record.signal.si_signo); // No one is left to go on to.
 }
 
-void endCrash(ThreadIdentity self, const siginfo_t &signal)
+/*! Whether a handler of the host's goes on with the crash. */
+bool endCrash(ThreadIdentity self, const siginfo_t &signal)
 {
     const struct sigaction &former = formerAction(signal.si_signo);
     const bool isHandled = former.sa_handler != SIG_DFL && former.sa_handler != SIG_IGN;
     deliverAgain(signal, isHandled ? former : defaultAction());
     if (isHandled && writer == self) {
-        writtenThread = self;
+        handedOnCrash = {.thread = self.thread, .signal = signal.si_signo};
         writer = ThreadIdentity{}; // Other crashed threads go on, to the host's handlers.
     }
+    return isHandled;
 }
 
-void handleCrash(int, siginfo_t *signal, void *context)
+void handleCrash(int, siginfo_t *signal, void *crashedContext)
 {
     if (isIgnored(*signal))
         return;
@@ -168,17 +190,17 @@ void handleCrash(int, siginfo_t *signal, void *context)
     int formerState = 0;
     ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &formerState); // System calls must not end the thread.
 
+    const auto &context = *static_cast<const ucontext_t *>(crashedContext);
     const ThreadIdentity self = thisThread();
     if (writer == self) {
         endCrashOfHandler();
-    } else if (writtenThread != self && becomeWriter(self)) {
-        recordCrash(self, *signal, *static_cast<const ucontext_t *>(context));
+    } else if (!isMadeOfHandedOnCrash(context) && becomeWriter(self)) {
+        recordCrash(self, *signal, context);
         attempt = Attempt::Helper;
         writeLog();
     }
-    endCrash(self, *signal);
-
-    ::pthread_setcancelstate(formerState, nullptr);
+    if (endCrash(self, *signal)) // Otherwise a thread that was cancelled meanwhile would end here, not die.
+        ::pthread_setcancelstate(formerState, nullptr);
     errno = formerError;
 }
 
@@ -200,6 +222,7 @@ struct sigaction crashAction()
 
 bool CrashHandler::install()
 {
+    prepareForHelper();
     const struct sigaction action = crashAction();
     for (std::size_t index = 0; index < crashSignals.size(); ++index) {
         if (::sigaction(crashSignals[index].number, &action, &formerActions[index]) == 0)

@@ -14,9 +14,6 @@
 
 namespace {
 
-/*! Leaves room for the date, a process id of any size and the extension. */
-constexpr std::size_t maximumNameLength = 222;
-
 /*! Makes the folders above the last component, and that one. Whether it worked shows when it is opened. */
 void makeFolders(const char *path)
 {
@@ -43,7 +40,7 @@ CrashLogNames::CrashLogNames(const CrashRecord &record)
         .append(record.crashTime.tv_nsec);
 
     FixedText name(log);
-    name.append(std::string_view(record.applicationName).substr(0, maximumNameLength));
+    name.append(std::string_view(record.applicationName).substr(0, crashLogNameLength));
     std::replace(log, log + name.view().size(), '/', crashLogSlash);
     char date[32];
     name.append("_").append(localDateForFileName(record.crashTime, record.secondsEastOfUTC, date));

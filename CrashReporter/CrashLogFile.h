@@ -11,6 +11,11 @@
 /*! What stands for a slash in the name of a log, because no file can have one in its name. */
 inline constexpr char crashLogSlash = ':';
 
+/*! How many bytes of the application's name are in the name of a log at most. Leaves room for the date, a
+    process id of any size and the extension.
+*/
+inline constexpr int crashLogNameLength = 222;
+
 /*! Names, without a folder, of the log of one crash. Who knows the record knows both names. */
 struct CrashLogNames
 {

@@ -35,8 +35,11 @@ std::string_view subtype(const CrashRecord &record, Line &line)
 {
     const siginfo_t &signal = record.signal;
     FixedText text(line);
-    text.append(causeOfSignal(signal));
-    if (signal.si_code <= 0)
+    if (const std::string_view cause = causeOfSignal(signal); !cause.empty())
+        text.append(cause);
+    else
+        text.append("code ").append(signal.si_code);
+    if (hasSender(signal))
         text.append(" by process ").append(signal.si_pid);
     else if (signal.si_signo == SIGSYS && isFault(signal))
         text.append(" system call ").append(signal.si_syscall);

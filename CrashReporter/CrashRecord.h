@@ -8,7 +8,7 @@
 
 #include <cstdint>
 
-/*! What a crashed process tells the crash-log helper, sent through a pipe as it stands.
+/*! What a crashed process tells the crash-log helper, sent through a socket as it stands.
 
     Both are of one build, so there is no byte order and no version to agree on; the size is checked. Pointers
     inside (`si_addr`, registers) are addresses of the crashed process. Texts are UTF-8, end with a zero byte

@@ -1,6 +1,7 @@
 #include "CrashReporter/CrashSignals.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -30,6 +31,8 @@ constexpr Cause causes[] = {
     {SIGTRAP, TRAP_TRACE, "TRAP_TRACE"},      {SIGSYS, 1, "SYS_SECCOMP"}, // of the kernel's headers only
     {anySignal, SI_USER, "SI_USER"},          {anySignal, SI_KERNEL, "SI_KERNEL"},
     {anySignal, SI_QUEUE, "SI_QUEUE"},        {anySignal, SI_TKILL, "SI_TKILL"},
+    {anySignal, SI_MESGQ, "SI_MESGQ"},        {anySignal, SI_TIMER, "SI_TIMER"},
+    {anySignal, SI_ASYNCIO, "SI_ASYNCIO"},    {anySignal, SI_SIGIO, "SI_SIGIO"},
 };
 
 } // namespace
@@ -40,6 +43,12 @@ const CrashSignal &crashSignal(int number)
 }
 
 bool isFault(const siginfo_t &signal) { return signal.si_code > 0 && signal.si_code != SI_KERNEL; }
+
+bool hasSender(const siginfo_t &signal)
+{
+    constexpr int sent[] = {SI_USER, SI_QUEUE, SI_TKILL, SI_MESGQ};
+    return std::ranges::find(sent, signal.si_code) != std::end(sent);
+}
 
 std::string_view causeOfSignal(const siginfo_t &signal)
 {

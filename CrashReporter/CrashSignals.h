@@ -31,5 +31,8 @@ const CrashSignal &crashSignal(int number);
 /*! Whether the signal came from the instruction that the thread executed, not from a process or a timer. */
 bool isFault(const siginfo_t &signal);
 
+/*! Whether a process has sent the signal, so that its number is known. */
+bool hasSender(const siginfo_t &signal);
+
 /*! The name of a signal's cause, such as "SEGV_MAPERR"; empty for one without a name. */
 std::string_view causeOfSignal(const siginfo_t &signal);

@@ -162,30 +162,53 @@ private:
     int m_ends[2] = {-1, -1};
 };
 
-/*! Lets one process observe this one, until destruction. */
-class Observable
+/*! By whose rights the process runs. */
+struct Rights
 {
-public:
-    explicit Observable(pid_t observer)
-    {
-        ::prctl(PR_SET_PTRACER, observer, 0, 0, 0); // Some systems have no such rule; there it fails.
-        // 2 is a process with more rights than its user, and could not be set again.
-        m_wasDumpable = ::prctl(PR_GET_DUMPABLE, 0, 0, 0, 0);
-        if (m_wasDumpable == 0)
-            ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0);
-    }
-    ~Observable()
-    {
-        if (m_wasDumpable == 0)
-            ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
-        ::prctl(PR_SET_PTRACER, 0, 0, 0, 0);
-    }
-    Observable(const Observable &) = delete;
-    Observable &operator=(const Observable &) = delete;
+    uid_t users[3] = {};
+    gid_t groups[3] = {};
 
-private:
-    int m_wasDumpable = 1;
+    bool operator==(const Rights &) const = default;
 };
+
+Rights currentRights()
+{
+    Rights rights;
+    ::getresuid(&rights.users[0], &rights.users[1], &rights.users[2]);
+    ::getresgid(&rights.groups[0], &rights.groups[1], &rights.groups[2]);
+    return rights;
+}
+
+/*! What was found when the host prepared for crashes. */
+constinit Rights preparedRights = {};
+constinit bool wasDumpable = false;
+
+/*! Whether the process has forbidden to be observed and is made observable for the helper. */
+constinit std::atomic<bool> isMadeObservable = false;
+
+/*! Whether it is the host itself that has forbidden to observe it: not the system, because the process gave
+   up rights whose secrets it may still hold.
+*/
+bool isHiddenByHost()
+{
+    return wasDumpable && ::prctl(PR_GET_DUMPABLE, 0, 0, 0, 0) == 0 && currentRights() == preparedRights;
+}
+
+/*! Lets one process observe this one. */
+void beginObservation(pid_t observer)
+{
+    ::prctl(PR_SET_PTRACER, observer, 0, 0, 0); // Some systems have no such rule; there it fails.
+    isMadeObservable = isHiddenByHost();
+    if (isMadeObservable)
+        ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0);
+}
+
+void endObservation()
+{
+    if (isMadeObservable.exchange(false))
+        ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
+    ::prctl(PR_SET_PTRACER, 0, 0, 0, 0);
+}
 
 /*! False where it cannot be started. The exit signal 0 keeps it from whoever waits for the host's children.
  */
@@ -206,6 +229,12 @@ bool hasHelperEnded(long long deadline) { return waitFor(helperDescriptor, POLLI
 
 } // namespace
 
+void prepareForHelper()
+{
+    preparedRights = currentRights();
+    wasDumpable = ::prctl(PR_GET_DUMPABLE, 0, 0, 0, 0) == 1;
+}
+
 void runHelper(const char *path, const CrashRecord &record)
 {
     const long long deadline = now() + timeLimit;
@@ -214,7 +243,7 @@ void runHelper(const char *path, const CrashRecord &record)
     if (!channel.isOpen() || !startHelper(path, channel))
         return;
     channel.closeHelperEnd();
-    const Observable observable(helperProcess);
+    beginObservation(helperProcess);
     if (channel.send(record, deadline))
         hasHelperEnded(deadline);
     stopHelper();
@@ -225,6 +254,7 @@ void stopHelper()
     const pid_t process = helperProcess.exchange(-1);
     if (process < 0)
         return;
+    endObservation();
     // With what it has started itself. Until it is waited for, its number is nobody else's.
     ::kill(-process, SIGKILL);
     hasHelperEnded(now() + killTimeLimit);

@@ -30,6 +30,8 @@ namespace {
  */
 struct Installation
 {
+    /*! The application may be renamed on any thread. */
+    std::mutex mutex;
     QString folder;
     QByteArray helper;
     timespec launchTime = {};
@@ -57,11 +59,9 @@ int secondsEastOfUTC()
     return static_cast<int>(local.tm_gmtoff);
 }
 
-/*! The application may be renamed on any thread. */
 void prepareRecord()
 {
-    static std::mutex mutex;
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(installation().mutex);
     const NSBundle *bundle = NSBundle::mainBundle();
     const QVariantMap info = bundle->infoDictionary();
     const auto property = [&](QLatin1StringView key) { return info.value(key).toString(); };
@@ -77,7 +77,8 @@ void prepareRecord()
     copyText(record.folder, installation().folder);
     CrashHandler::prepare(record, installation().helper.constData());
 
-    const QByteArray name = QByteArray(record.applicationName).replace('/', crashLogSlash);
+    const QByteArray name =
+        QByteArray(record.applicationName).left(crashLogNameLength).replace('/', crashLogSlash);
     if (std::exchange(installation().applicationName, name) != name)
         removeOldCrashLogs(name, installation().folder);
 }
@@ -124,8 +125,12 @@ bool MBWCrashLogWriter::install(NSError *error)
 
 bool MBWCrashLogWriter::installWithHelperAtPath(const QString &path, NSError *error)
 {
-    installation().helper = NSFileManager::fileSystemRepresentationWithPath(path);
-    if (::access(installation().helper.constData(), X_OK) != 0)
+    const QByteArray helper = NSFileManager::fileSystemRepresentationWithPath(path);
+    {
+        const std::lock_guard lock(installation().mutex);
+        installation().helper = helper;
+    }
+    if (::access(helper.constData(), X_OK) != 0)
         NSLog(u"Crash logs will be short, without their helper program %@", {path});
     if (!CrashHandler::isInstalled())
         return installOnce(error);

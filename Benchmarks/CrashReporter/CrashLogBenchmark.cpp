@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <poll.h>
 #include <sys/inotify.h>
 #include <unistd.h>
 
@@ -56,8 +57,10 @@ double timeOfLog(int threads, const QString &folder)
     if (watch < 0 || ::inotify_add_watch(watch, folder.toUtf8().constData(), IN_MOVED_TO) < 0)
         std::abort();
     const CrashingHost host(QString::number(threads));
+    constexpr int timeLimit = 30'000; // milliseconds
+    pollfd item = {.fd = watch, .events = POLLIN, .revents = 0};
     char event[1024];
-    if (::read(watch, event, sizeof event) <= 0)
+    if (::poll(&item, 1, timeLimit) <= 0 || ::read(watch, event, sizeof event) <= 0)
         std::abort();
     const double end = now();
     ::close(watch);

@@ -11,6 +11,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
 using namespace Marblewick;
@@ -67,11 +68,12 @@ bool printCrash(const QString &path)
     return true;
 }
 
-/*! Whether a report names the function and the line at fault. */
+/*! Whether a report names the function and the line at fault: both in one frame. */
 bool namesTheFault(const QByteArray &report)
 {
-    return report.contains("Map::setMark")
-           && report.contains(R"("sourceFile":"MapWindow.cpp","sourceLine":)");
+    static const QRegularExpression frame(
+        uR"("symbol":"[^"]*Map::setMark[^{}]*"sourceFile":"MapWindow\.cpp","sourceLine":\d)"_s);
+    return frame.match(QString::fromUtf8(report)).hasMatch();
 }
 
 /*! Prints a text, shortened in the middle where it is long. */

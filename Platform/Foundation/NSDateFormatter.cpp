@@ -22,7 +22,10 @@ void NSDateFormatter::setDefaultFormatterBehavior(NSDateFormatterBehavior behavi
 
 QString NSDateFormatter::stringFromDate(NSDate date) const
 {
+    constexpr double limit = 9e15; // QDateTime counts milliseconds in 64 bits.
     const double seconds = std::floor(date.timeIntervalSinceReferenceDate + NSTimeIntervalSince1970);
+    if (!(std::abs(seconds) < limit)) // NaN is not, either.
+        return {};
     return m_locale.toString(QDateTime::fromSecsSinceEpoch(static_cast<qint64>(seconds)), m_dateFormat);
 }
 

@@ -32,7 +32,9 @@ public:
     /*! A pattern such as "yyyy-MM-dd-HHmmss": year, month, day, hour of 24, minute, second. */
     void setDateFormat(const QString &dateFormat) { m_dateFormat = dateFormat; }
 
-    /*! The date as text; what is below a second is cut off. */
+    /*! The date as text; what is below a second is cut off. Empty for what is no date: not a number, or some
+        hundred million years away.
+    */
     QString stringFromDate(NSDate date) const;
 
 private:

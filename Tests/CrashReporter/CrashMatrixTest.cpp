@@ -7,30 +7,35 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QRegularExpression>
+#include <QSysInfo>
 
 #include <csignal>
+#include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
-using ::testing::Contains;
 
 namespace {
-
-/*! How many frames at most a function that raises a signal, such as abort(), has above its caller's. */
-constexpr int framesOfRaising = 12;
 
 struct Crash
 {
     const char *name;
     QStringList arguments;
     int signal;
-    /*! A function of the crashing code: of the innermost frame, or of one below the system's own. */
+    /*! The innermost function of the host's own. */
     QString function;
+    /*! The signal's cause; none but a write through a null pointer has the address 0. */
+    int code = SEGV_MAPERR;
+    /*! Whether it was a function of a library, which the host's called, that crashed or raised the signal. */
+    bool isInLibrary = false;
 };
+
+constexpr int seccomp = 1; // SYS_SECCOMP, which only the kernel's headers have
 
 void PrintTo(const Crash &crash, std::ostream *stream) { *stream << crash.name; }
 
@@ -49,6 +54,31 @@ void expectName(const CrashedHost &host)
     ASSERT_EQ(host.files().size(), 1) << qPrintable(host.files().join(u' '));
     const QString name = host.files().first();
     EXPECT_TRUE(pattern.match(name).hasMatch()) << qPrintable(name);
+}
+
+QString hexadecimal(quint64 number) { return u"0x%1"_s.arg(number, 16, 16, QChar(u'0')); }
+
+void expectCause(const CrashedHost &host, const Crash &crash)
+{
+    const QJsonValue exception = host.body()[u"exception"_s];
+    EXPECT_EQ(exception[u"signal"_s].toString(), u"SIG"_s + QLatin1StringView(::sigabbrev_np(crash.signal)));
+    const QStringList codes = exception[u"codes"_s].toString().split(u", "_s);
+    ASSERT_EQ(codes.size(), 2);
+    EXPECT_EQ(codes[0], hexadecimal(static_cast<quint64>(crash.code)));
+    const bool hasAddress = crash.code > 0 && crash.code != SI_KERNEL && crash.function != u"writeThrough"_s;
+    EXPECT_EQ(codes[1] != hexadecimal(0), hasAddress) << qPrintable(codes[1]);
+}
+
+void expectTimeAndSystem(const CrashedHost &host)
+{
+    const QString time = host.body()[u"captureTime"_s].toString(); // 2026-11-21 14:17:38.1234 +0100
+    const QDateTime crashed = QDateTime::fromString(time.left(10) + u'T' + time.mid(11, 8) + time.right(5),
+                                                    Qt::ISODate);
+    const qint64 age = crashed.secsTo(QDateTime::currentDateTime());
+    EXPECT_TRUE(age >= 0 && age < 60) << qPrintable(time);
+    const QJsonValue system = host.body()[u"osVersion"_s];
+    EXPECT_EQ(system[u"train"_s].toString(), QSysInfo::prettyProductName());
+    EXPECT_TRUE(system[u"build"_s].toString().contains(QSysInfo::kernelVersion()));
 }
 
 void expectFields(const CrashedHost &host, int signal)
@@ -71,6 +101,19 @@ void expectWrittenByHelper(const CrashedHost &host)
     EXPECT_FALSE(host.body()[u"usedImages"_s][0][u"uuid"_s].toString().isEmpty());
 }
 
+/*! Above the host's function are at most those of libraries. */
+void expectInnermostFunction(const CrashedHost &host, const Crash &crash)
+{
+    const QStringList functions = host.functionsOfCrashedThread();
+    const qsizetype frame = functions.indexOf(crash.function);
+    if (!crash.isInLibrary)
+        EXPECT_EQ(frame, 0) << qPrintable(functions.join(u' '));
+    else
+        EXPECT_GT(frame, 0) << qPrintable(functions.join(u' '));
+    for (const QString &image : host.imagesOfCrashedThread().first(qMax<qsizetype>(frame, 0)))
+        EXPECT_TRUE(image.startsWith(u"lib"_s)) << qPrintable(image);
+}
+
 void expectLog(const Crash &crash)
 {
     const CrashedHost host(crash.arguments);
@@ -78,9 +121,9 @@ void expectLog(const Crash &crash)
     expectName(host);
     expectFields(host, crash.signal);
     expectWrittenByHelper(host);
-    EXPECT_THAT(host.functionsOfCrashedThread().first(
-                    qMin<qsizetype>(framesOfRaising, host.functionsOfCrashedThread().size())),
-                Contains(crash.function));
+    expectCause(host, crash);
+    expectTimeAndSystem(host);
+    expectInnermostFunction(host, crash);
 }
 
 class CrashMatrix : public ::testing::TestWithParam<Crash>
@@ -113,41 +156,58 @@ INSTANTIATE_TEST_SUITE_P(
     Of, CrashMatrix,
     ::testing::Values(
         Crash{"SIGSEGV", {u"SIGSEGV"_s}, SIGSEGV, u"writeThrough"_s},
-        Crash{"SIGABRT", {u"SIGABRT"_s}, SIGABRT, u"callAbort"_s},
-        Crash{"SIGBUS", {u"SIGBUS"_s}, SIGBUS, u"readBehindEndOfFile"_s},
-        Crash{"SIGFPE", {u"SIGFPE"_s}, SIGFPE, u"divideByZero"_s},
-        Crash{"SIGILL", {u"SIGILL"_s}, SIGILL, u"executeNoInstruction"_s},
-        Crash{"SIGTRAP", {u"SIGTRAP"_s}, SIGTRAP, u"hitBreakpoint"_s},
-        Crash{"SIGSYS", {u"SIGSYS"_s}, SIGSYS, u"callForbiddenFunction"_s},
-        Crash{"ASignalOfAnotherProcess", {u"kill SIGSEGV"_s}, SIGSEGV, u"crash"_s},
+        Crash{"SIGABRT", {u"SIGABRT"_s}, SIGABRT, u"callAbort"_s, SI_TKILL, true},
+        Crash{"SIGBUS", {u"SIGBUS"_s}, SIGBUS, u"readBehindEndOfFile"_s, BUS_ADRERR},
+        Crash{"SIGFPE", {u"SIGFPE"_s}, SIGFPE, u"divideByZero"_s, FPE_INTDIV},
+        Crash{"SIGILL", {u"SIGILL"_s}, SIGILL, u"executeNoInstruction"_s, ILL_ILLOPN},
+        Crash{"SIGTRAP", {u"SIGTRAP"_s}, SIGTRAP, u"hitBreakpoint"_s, SI_KERNEL},
+        Crash{"SIGSYS", {u"SIGSYS"_s}, SIGSYS, u"callForbiddenFunction"_s, seccomp, true},
+        Crash{"ASignalOfAnotherProcess", {u"kill SIGSEGV"_s}, SIGSEGV, u"killItself"_s, SI_USER, true},
         Crash{"AThread", {u"thread"_s}, SIGSEGV, u"writeThrough"_s},
         Crash{"AQtThread", {u"QThread"_s}, SIGSEGV, u"writeThrough"_s},
         Crash{"EightThreads", {u"threads=8"_s, u"SIGSEGV"_s}, SIGSEGV, u"writeThrough"_s},
         Crash{"AThreadAmongThirtyTwo", {u"threads=32"_s, u"thread"_s}, SIGSEGV, u"writeThrough"_s},
         Crash{"TwoHundredFiftySixThreads", {u"threads=255"_s, u"SIGSEGV"_s}, SIGSEGV, u"writeThrough"_s},
         Crash{"StackOverflow", {u"overflow"_s}, SIGSEGV, u"overflowStack"_s},
-        Crash{"StackOverflowOfAThread", {u"overflow in thread"_s}, SIGSEGV, u"overflowStack"_s},
-        Crash{"StackOverflowOfAQtThread", {u"overflow in QThread"_s}, SIGSEGV, u"overflowStack"_s},
+        Crash{"StackOverflowOfAThread", {u"overflow in thread"_s}, SIGSEGV, u"overflowStack"_s, SEGV_ACCERR},
+        Crash{
+            "StackOverflowOfAQtThread", {u"overflow in QThread"_s}, SIGSEGV, u"overflowStack"_s, SEGV_ACCERR},
         Crash{"StackOverflowOfAThreadWithASmallStack",
               {u"overflow in thread with small stack"_s},
               SIGSEGV,
-              u"overflowStack"_s},
+              u"overflowStack"_s,
+              SEGV_ACCERR},
         Crash{"TwoThreadsAtOnce", {u"two threads"_s}, SIGSEGV, u"writeThrough"_s},
         Crash{"RefusedPtrace", {u"no ptrace"_s, u"threads=8"_s, u"SIGSEGV"_s}, SIGSEGV, u"writeThrough"_s},
         Crash{"AMissingFolder", {u"no folder"_s, u"SIGSEGV"_s}, SIGSEGV, u"writeThrough"_s},
         Crash{"ClosedStandardStreams", {u"closed streams"_s, u"SIGSEGV"_s}, SIGSEGV, u"writeThrough"_s},
         Crash{"NoFreeDescriptors", {u"no descriptors"_s, u"SIGSEGV"_s}, SIGSEGV, u"writeThrough"_s},
-        Crash{"AnUncaughtException", {u"exception"_s}, SIGABRT, u"throwRuntimeError"_s},
-        Crash{"AnUncaughtExceptionInAThread", {u"exception in thread"_s}, SIGABRT, u"throwRuntimeError"_s}),
+        Crash{"AnUncaughtException", {u"exception"_s}, SIGABRT, u"throwRuntimeError"_s, SI_TKILL, true},
+        Crash{"AnUncaughtExceptionInAThread",
+              {u"exception in thread"_s},
+              SIGABRT,
+              u"throwRuntimeError"_s,
+              SI_TKILL,
+              true}),
     &nameOfCrash);
 
 #ifndef __SANITIZE_ADDRESS__ // It has an allocator of its own, which sees these mistakes itself.
 INSTANTIATE_TEST_SUITE_P(
     OfTheHeap, CrashMatrix,
     ::testing::Values(
-        Crash{"WithTheMallocLockHeld", {u"malloc lock"_s}, SIGSEGV, u"crashWithMallocLockHeld"_s},
-        Crash{"FreeingWhatWasNotAllocated", {u"bad free"_s}, SIGABRT, u"freeWhatWasNotAllocated"_s},
-        Crash{"WithACorruptHeap", {u"corrupt heap"_s}, SIGABRT, u"corruptHeap"_s}),
+        Crash{"WithTheMallocLockHeld",
+              {u"malloc lock"_s},
+              SIGSEGV,
+              u"crashWithMallocLockHeld"_s,
+              SEGV_ACCERR,
+              true},
+        Crash{"FreeingWhatWasNotAllocated",
+              {u"bad free"_s},
+              SIGABRT,
+              u"freeWhatWasNotAllocated"_s,
+              SI_TKILL,
+              true},
+        Crash{"WithACorruptHeap", {u"corrupt heap"_s}, SIGABRT, u"corruptHeap"_s, SI_TKILL, true}),
     &nameOfCrash);
 #endif
 

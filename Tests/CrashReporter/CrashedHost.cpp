@@ -83,3 +83,13 @@ QStringList CrashedHost::functionsOfCrashedThread() const
 {
     return functionsOfThread(body()[u"faultingThread"_s].toInt());
 }
+
+QStringList CrashedHost::imagesOfCrashedThread() const
+{
+    const QJsonObject document = body();
+    QStringList images;
+    for (const QJsonValue frame :
+         document[u"threads"_s][document[u"faultingThread"_s].toInt()][u"frames"_s].toArray())
+        images.append(document[u"usedImages"_s][frame[u"imageIndex"_s].toInt(-1)][u"name"_s].toString());
+    return images;
+}

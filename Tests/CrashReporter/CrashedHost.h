@@ -31,6 +31,8 @@ public:
     /*! Functions of a thread's frames, from the innermost, without their arguments. */
     QStringList functionsOfThread(int index) const;
     QStringList functionsOfCrashedThread() const;
+    /*! Names of the files that the code of these frames is in. */
+    QStringList imagesOfCrashedThread() const;
 
 private:
     QByteArray log() const;

@@ -176,6 +176,16 @@ TEST(MBWCrashLogWriterInstall, KeepsTheTwentyNewestOfTheHostsOwnLogs)
     EXPECT_EQ(QDir(folder).entryList({u"App_Helper_*"_s}, QDir::Files).size(), 25);
 }
 
+TEST(MBWCrashLogWriterInstall, RemovesOldLogsOfANameThatIsTooLongForAFile)
+{
+    const TemporaryHome home;
+    const QString folder = home.diagnosticReportsFolder();
+    writeLogs(folder, QString(222, u'x'), 21);
+    ASSERT_TRUE(MBWCrashLogWriter::install());
+    QCoreApplication::setApplicationName(QString(230, u'x'));
+    EXPECT_EQ(QDir(folder).entryList(QDir::Files).size(), 20);
+}
+
 TEST(MBWCrashLogWriterInstall, RemovesOldLogsOfANameThatBecomesKnownLater)
 {
     const TemporaryHome home;

@@ -15,6 +15,7 @@
 #include <csignal>
 #include <sched.h>
 #include <sys/mount.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -134,6 +135,31 @@ TEST(MBWCrashLogWriter, ASecondCrashOfTheHandlerLeavesNothingAndTheFirstSignal)
     EXPECT_EQ(host.files(), QStringList());
 }
 
+TEST(MBWCrashLogWriter, AProcessThatLetsNobodyLookAtItDoesSoAgainAfterACrashOfTheHandler)
+{
+    const CrashedHost host({u"not dumpable"_s, u"handler crashes beside its helper"_s, u"SIGABRT"_s});
+    EXPECT_EQ(host.signal(), SIGABRT);
+    EXPECT_FALSE(host.hasDumpedCore());
+    EXPECT_EQ(host.body()[u"exception"_s][u"signal"_s].toString(), u"SIGABRT"_s);
+}
+
+TEST(MBWCrashLogWriter, AProcessThatGaveUpItsPrivilegesStaysHiddenFromItsNewUser)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root has privileges to give up";
+    const QTemporaryDir folder;
+    QFile::setPermissions(folder.path(), QFile::Permissions(0x7777));
+    const QString helper = folder.path() + u"/helper"_s;
+    const QString answer = folder.path() + u"/answer"_s;
+    writeFile(helper, "#!/bin/sh\nhead -c 1 >/dev/null\n" // The record comes when it may observe the process.
+                      "readlink /proc/$PPID/exe >/dev/null && a=seen || a=hidden\necho $a >"
+                          + answer.toUtf8() + '\n');
+    QFile::setPermissions(helper, QFile::Permissions(0x7755));
+    const CrashedHost host({u"helper="_s + helper, u"dropped privileges"_s, u"SIGSEGV"_s});
+    EXPECT_EQ(host.signal(), SIGSEGV);
+    EXPECT_EQ(readFile(answer), "hidden\n");
+}
+
 TEST(MBWCrashLogWriter, AReadOnlyFolderLeavesNothing)
 {
     const QTemporaryDir folder;
@@ -188,9 +214,11 @@ TEST(MBWCrashLogWriter, AHandlerThatTheHostHadBeforeIsCalledWithTheSameSignalAft
 
 TEST(MBWCrashLogWriter, ACrashThatAFormerHandlerMakesOfItDoesNotReplaceTheLog)
 {
-    const CrashedHost host({u"aborting handler"_s, u"SIGSEGV"_s});
-    expectDeath(host, SIGABRT);
-    EXPECT_EQ(host.body()[u"exception"_s][u"signal"_s].toString(), u"SIGSEGV"_s);
+    for (const QString &handler : {u"aborting handler"_s, u"aborting handler that blocks nothing"_s}) {
+        const CrashedHost host({handler, u"SIGSEGV"_s});
+        expectDeath(host, SIGABRT);
+        EXPECT_EQ(host.body()[u"exception"_s][u"signal"_s].toString(), u"SIGSEGV"_s);
+    }
 }
 
 TEST(MBWCrashLogWriter, AFormerHandlerThatReturnsLetsTheHostGoOnWithoutAChildThatItDidNotStart)
@@ -199,6 +227,23 @@ TEST(MBWCrashLogWriter, AFormerHandlerThatReturnsLetsTheHostGoOnWithoutAChildTha
     EXPECT_EQ(host.exitStatus(), 0);
     EXPECT_EQ(host.output(), "");
     EXPECT_EQ(host.body()[u"exception"_s][u"signal"_s].toString(), u"SIGTRAP"_s);
+}
+
+TEST(MBWCrashLogWriter, AThreadThatSurvivedACrashIsLoggedWhenItDiesOfAnother)
+{
+    const CrashedHost host({u"returning handler"_s, u"SIGTRAP, then SIGSEGV"_s});
+    expectDeath(host);
+    // Of the same second, the later log takes the place of the earlier one.
+    ASSERT_FALSE(host.files().isEmpty());
+    const QByteArray last = readFile(host.logFolder() + u'/' + host.files().last());
+    EXPECT_TRUE(last.contains(R"("signal":"SIGSEGV")")) << last.constData();
+}
+
+TEST(MBWCrashLogWriter, AThreadThatIsCancelledWhileItsCrashIsWrittenDiesByTheSignal)
+{
+    const CrashedHost host({u"cancelled in handler"_s, u"SIGSEGV"_s});
+    expectDeath(host);
+    EXPECT_EQ(host.functionsOfCrashedThread().value(0), u"writeThrough"_s);
 }
 
 TEST(MBWCrashLogWriter, ASignalThatTheHostIgnoresStaysIgnored)

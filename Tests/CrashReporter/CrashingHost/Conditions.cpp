@@ -38,11 +38,13 @@ void exitHandler(int number, siginfo_t *signal, void *)
     ::_exit(42);
 }
 
-void installHandler(int number, void (*handler)(int, siginfo_t *, void *))
+void abortHandler(int, siginfo_t *, void *) { std::abort(); }
+
+void installHandler(int number, void (*handler)(int, siginfo_t *, void *), int flags = 0)
 {
     struct sigaction action = {};
     action.sa_sigaction = handler;
-    action.sa_flags = SA_SIGINFO;
+    action.sa_flags = SA_SIGINFO | flags;
     ::sigaction(number, &action, nullptr);
 }
 
@@ -71,6 +73,15 @@ void useUpDescriptors()
     while (::open("/dev/null", O_RDONLY) >= 0) { }
 }
 
+/*! As a system leaves a process that was root, where it lets nobody look at such ones. */
+void dropPrivileges()
+{
+    constexpr uid_t nobody = 65534;
+    if (::setresgid(nobody, nobody, nobody) != 0 || ::setresuid(nobody, nobody, nobody) != 0)
+        ::_exit(EXIT_FAILURE);
+    ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
+}
+
 void limitFileSize()
 {
     constexpr rlimit limit = {.rlim_cur = 100, .rlim_max = 100};
@@ -81,8 +92,9 @@ const Conditions &conditionsBefore()
 {
     static const Conditions all{
         {u"former handler"_s, [] { installHandler(SIGSEGV, &exitHandler); }},
-        {u"aborting handler"_s,
-         [] { installHandler(SIGSEGV, [](int, siginfo_t *, void *) { std::abort(); }); }},
+        {u"aborting handler"_s, [] { installHandler(SIGSEGV, &abortHandler); }},
+        {u"aborting handler that blocks nothing"_s,
+         [] { installHandler(SIGSEGV, &abortHandler, SA_NODEFER); }},
         {u"returning handler"_s, [] { installHandler(SIGTRAP, &tellOfUnwaitedChildren); }},
         {u"ignored SIGTRAP"_s, [] { std::signal(SIGTRAP, SIG_IGN); }},
         {u"ignored SIGABRT"_s, [] { std::signal(SIGABRT, SIG_IGN); }},
@@ -110,11 +122,14 @@ const Conditions &conditionsAfter()
         {u"no descriptors"_s, useUpDescriptors},
         {u"small files only"_s, limitFileSize},
         {u"not dumpable"_s, [] { ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0); }},
+        {u"dropped privileges"_s, dropPrivileges},
         {u"no ptrace"_s, [] { refuseSystemCall(SYS_ptrace); }},
         {u"no new processes"_s, [] { refuseSystemCall(SYS_clone); }},
         {u"closed umask"_s, [] { ::umask(0777); }},
         {u"renamed"_s, [] { QCoreApplication::setApplicationName(u"Käfer/Co\n\"2\""_s); }},
         {u"handler crashes"_s, [] { crashHandlerIn({HandlerCall::SocketPair}); }},
+        {u"handler crashes beside its helper"_s, [] { crashHandlerIn({HandlerCall::Send}); }},
+        {u"cancelled in handler"_s, cancelThreadInHandler},
         {u"handler crashes twice"_s,
          [] {
              crashHandlerIn({HandlerCall::SocketPair, HandlerCall::FileSync});

@@ -60,6 +60,8 @@ namespace {
     ::syscall(SYS_getpriority, 0, 0);
 }
 
+[[gnu::noinline]] void killItself() { ::kill(::getpid(), SIGSEGV); }
+
 [[gnu::noinline]] void callAbort() { std::abort(); }
 
 [[gnu::noinline]] int overflowStack(int depth)
@@ -180,8 +182,13 @@ const std::map<QString, void (*)()> &ways()
         {u"SIGILL"_s, executeNoInstruction},
         {u"SIGTRAP"_s, hitBreakpoint},
         {u"SIGSYS"_s, callForbiddenFunction},
+        {u"SIGTRAP, then SIGSEGV"_s,
+         [] {
+             hitBreakpoint();
+             writeThroughNull();
+         }},
         {u"raise SIGTRAP"_s, [] { ::raise(SIGTRAP); }},
-        {u"kill SIGSEGV"_s, [] { ::kill(::getpid(), SIGSEGV); }},
+        {u"kill SIGSEGV"_s, killItself},
         {u"thread"_s, [] { inThread(writeThroughNull); }},
         {u"QThread"_s, [] { inQThread(writeThroughNull); }},
         {u"overflow"_s, [] { overflowStack(0); }},

@@ -7,6 +7,7 @@
 #include <QDateTime>
 
 #include <ctime>
+#include <limits>
 
 using namespace Marblewick;
 using namespace Qt::StringLiterals;
@@ -55,6 +56,14 @@ TEST(NSDateFormatter, CutsOffWhatIsBelowASecond)
     setTimeZone("UTC0");
     EXPECT_EQ(text(date("2026-11-15T00:17:03.999Z")), u"2026-11-15-001703"_s);
     EXPECT_EQ(text(date("1969-12-31T23:59:58.500Z")), u"1969-12-31-235958"_s);
+}
+
+TEST(NSDateFormatter, ADateThatNoCalendarReachesIsEmpty)
+{
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    for (const double seconds : {std::numeric_limits<double>::quiet_NaN(), infinity, -infinity, 1e300, -1e300,
+                                 1e19, -1e19, 1e16, -1e16})
+        EXPECT_EQ(text({seconds}), QString()) << seconds;
 }
 
 TEST(NSDateFormatter, WritesTheDigitsOfItsLocaleWhateverTheProcesss)
