@@ -148,6 +148,8 @@ void MBWFeedbackPanelController::showWindow(QObject *sender)
 void MBWFeedbackPanelController::placeOverActiveWindow()
 {
     const QWidget *const host = QApplication::activeWindow();
+    if (host == m_panel)
+        return; // It is shown again by its own answer, and stays above the window that it was shown for.
     m_panel->winId(); // makes the window handle
     // Wayland keeps a window above its transient parent, and above nothing else.
     m_panel->windowHandle()->setTransientParent(host ? host->windowHandle() : nullptr);
@@ -196,11 +198,15 @@ bool MBWFeedbackPanelController::eventFilter(QObject *watched, QEvent *event)
     if (event->type() == QEvent::Resize && watched == m_visualEffectView)
         roundCorners();
     if (watched == m_panel && event->type() == QEvent::LanguageChange) {
-        m_ui->retranslateUi(m_panel);
+        if (m_ratingText && m_visualEffectView) // which the layout sets texts in
+            m_ui->retranslateUi(m_panel);
         updateInfoText();
     }
     if (watched == m_panel && event->type() == QEvent::Close && m_panel->isVisible()) {
+        const QPointer self(this);
         rateLater();
+        if (self && m_panel->isVisible())
+            event->ignore(); // The delegate has shown the panel again.
         return true; // The delegate may have destroyed the panel.
     }
     return NSWindowController::eventFilter(watched, event);
