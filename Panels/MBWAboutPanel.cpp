@@ -87,12 +87,14 @@ MBWAboutPanel::~MBWAboutPanel() = default;
 void MBWAboutPanel::readVersion()
 {
     const auto property = [&](QLatin1StringView key) { return description(m_infoDictionary.value(key)); };
+    const QVariantMap ownProperties =
+        m_bundle->infoDictionary(); // What a build is does not depend on a language.
     const std::optional<QString> marketingVersion = property(kCFBundleShortVersionStringKey);
     std::optional<QString> buildNumber = property(kCFBundleVersionKey);
 
-    if (const auto isDirectVersion = boolValue(m_bundle->objectForInfoDictionaryKey(isDirectVersionKey))) {
+    if (const auto isDirectVersion = boolValue(ownProperties.value(isDirectVersionKey))) {
         m_isMacAppStoreVersion = !*isDirectVersion;
-    } else if (m_bundle->objectForInfoDictionaryKey(buildVersionKey).isValid()) {
+    } else if (ownProperties.contains(buildVersionKey)) {
         m_isMacAppStoreVersion = true;
         buildNumber = property(buildVersionKey);
     }
