@@ -111,7 +111,7 @@ void MBWFeedbackPanelController::updateInfoText()
         return;
     const QString format = NSBundle::mainBundle()->localizedStringForKey(
         u"If you like %@, please consider rating the app or leaving a review on the Mac\u00A0App\u00A0Store, thanks!"_s);
-    m_infoText->setText(NSString::stringWithFormat(format, {m_applicatioName}));
+    m_infoText->setText(NSString::stringWithFormat(format, {applicatioName()}));
     if (m_panel->isVisible())
         fitToTexts();
 }
@@ -128,7 +128,7 @@ void MBWFeedbackPanelController::showWindowForApplicationName(const QString &app
 {
     if (m_panel->isVisible())
         return closeWindowWithResponse(MBWFeedbackPanelResponseRateLater);
-    m_applicatioName = applicationName;
+    setApplicatioName(applicationName);
     updateInfoText();
     showWindow(this);
 }
@@ -166,8 +166,8 @@ void MBWFeedbackPanelController::closeWindowWithResponse(MBWFeedbackPanelRespons
     const QPointer self(this);
     m_panel->hide();
     m_fade.stop();
-    if (m_delegate)
-        m_delegate->feedbackPanelControllerDidEndWithResponse(this, response);
+    if (auto *const delegate = this->delegate())
+        delegate->feedbackPanelControllerDidEndWithResponse(this, response);
     // The delegate may have destroyed the controller, or shown the panel again, which is fading in then.
     if (self && !m_panel->isVisible())
         m_panel->setAlphaValue(0);
