@@ -230,8 +230,11 @@ void MBWAboutPanel::setUpTexts()
     m_ui->webSiteButton->setToolTip(webSiteURLOrEmpty().toDisplayString());
     m_ui->webSiteButton->setHidden(!webSiteURL());
 
-    // A layout with texts that wrap does not give its window a minimum height by itself.
-    window()->setMinimumHeight(window()->layout()->minimumHeightForWidth(window()->minimumWidth()));
+    // A layout with texts that wrap does not give its window a minimum height by itself, nor does one whose
+    // window has a width of its own make that wider for its buttons.
+    QLayout *const layout = window()->layout();
+    window()->setMinimumWidth(qMax(window()->minimumWidth(), layout->totalMinimumSize().width()));
+    window()->setMinimumHeight(layout->minimumHeightForWidth(window()->minimumWidth()));
 }
 
 bool MBWAboutPanel::eventFilter(QObject *watched, QEvent *event)
