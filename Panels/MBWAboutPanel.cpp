@@ -87,12 +87,14 @@ MBWAboutPanel::~MBWAboutPanel() = default;
 void MBWAboutPanel::readVersion()
 {
     const auto property = [&](QLatin1StringView key) { return description(m_infoDictionary.value(key)); };
+    const QVariantMap ownProperties =
+        m_bundle->infoDictionary(); // What a build is does not depend on a language.
     const std::optional<QString> marketingVersion = property(kCFBundleShortVersionStringKey);
     std::optional<QString> buildNumber = property(kCFBundleVersionKey);
 
-    if (const auto isDirectVersion = boolValue(m_bundle->objectForInfoDictionaryKey(isDirectVersionKey))) {
+    if (const auto isDirectVersion = boolValue(ownProperties.value(isDirectVersionKey))) {
         m_isMacAppStoreVersion = !*isDirectVersion;
-    } else if (m_bundle->objectForInfoDictionaryKey(buildVersionKey).isValid()) {
+    } else if (ownProperties.contains(buildVersionKey)) {
         m_isMacAppStoreVersion = true;
         buildNumber = property(buildVersionKey);
     }
@@ -228,8 +230,11 @@ void MBWAboutPanel::setUpTexts()
     m_ui->webSiteButton->setToolTip(webSiteURLOrEmpty().toDisplayString());
     m_ui->webSiteButton->setHidden(!webSiteURL());
 
-    // A layout with texts that wrap does not give its window a minimum height by itself.
-    window()->setMinimumHeight(window()->layout()->minimumHeightForWidth(window()->minimumWidth()));
+    // A layout with texts that wrap does not give its window a minimum height by itself, nor does one whose
+    // window has a width of its own make that wider for its buttons.
+    QLayout *const layout = window()->layout();
+    window()->setMinimumWidth(qMax(window()->minimumWidth(), layout->totalMinimumSize().width()));
+    window()->setMinimumHeight(layout->minimumHeightForWidth(window()->minimumWidth()));
 }
 
 bool MBWAboutPanel::eventFilter(QObject *watched, QEvent *event)

@@ -66,6 +66,7 @@ public:
 
     /*! Whether the host is the build from the store. Where the property `MWIsDirectVersion` is there, it is
         unless that says yes; otherwise it is where there is `MWBuildVersion`, which is then the build number.
+        Translations of the two do not count for that.
     */
     bool isMacAppStoreVersion() const { return m_isMacAppStoreVersion; }
     void setMacAppStoreVersion(bool isMacAppStoreVersion) { m_isMacAppStoreVersion = isMacAppStoreVersion; }

@@ -111,7 +111,7 @@ void MBWFeedbackPanelController::updateInfoText()
         return;
     const QString format = NSBundle::mainBundle()->localizedStringForKey(
         u"If you like %@, please consider rating the app or leaving a review on the Mac\u00A0App\u00A0Store, thanks!"_s);
-    m_infoText->setText(NSString::stringWithFormat(format, {m_applicatioName}));
+    m_infoText->setText(NSString::stringWithFormat(format, {applicatioName()}));
     if (m_panel->isVisible())
         fitToTexts();
 }
@@ -128,7 +128,7 @@ void MBWFeedbackPanelController::showWindowForApplicationName(const QString &app
 {
     if (m_panel->isVisible())
         return closeWindowWithResponse(MBWFeedbackPanelResponseRateLater);
-    m_applicatioName = applicationName;
+    setApplicatioName(applicationName);
     updateInfoText();
     showWindow(this);
 }
@@ -148,6 +148,8 @@ void MBWFeedbackPanelController::showWindow(QObject *sender)
 void MBWFeedbackPanelController::placeOverActiveWindow()
 {
     const QWidget *const host = QApplication::activeWindow();
+    if (host == m_panel)
+        return; // It is shown again by its own answer, and stays above the window that it was shown for.
     m_panel->winId(); // makes the window handle
     // Wayland keeps a window above its transient parent, and above nothing else.
     m_panel->windowHandle()->setTransientParent(host ? host->windowHandle() : nullptr);
@@ -164,8 +166,8 @@ void MBWFeedbackPanelController::closeWindowWithResponse(MBWFeedbackPanelRespons
     const QPointer self(this);
     m_panel->hide();
     m_fade.stop();
-    if (m_delegate)
-        m_delegate->feedbackPanelControllerDidEndWithResponse(this, response);
+    if (auto *const delegate = this->delegate())
+        delegate->feedbackPanelControllerDidEndWithResponse(this, response);
     // The delegate may have destroyed the controller, or shown the panel again, which is fading in then.
     if (self && !m_panel->isVisible())
         m_panel->setAlphaValue(0);
@@ -196,11 +198,15 @@ bool MBWFeedbackPanelController::eventFilter(QObject *watched, QEvent *event)
     if (event->type() == QEvent::Resize && watched == m_visualEffectView)
         roundCorners();
     if (watched == m_panel && event->type() == QEvent::LanguageChange) {
-        m_ui->retranslateUi(m_panel);
+        if (m_ratingText && m_visualEffectView) // which the layout sets texts in
+            m_ui->retranslateUi(m_panel);
         updateInfoText();
     }
     if (watched == m_panel && event->type() == QEvent::Close && m_panel->isVisible()) {
+        const QPointer self(this);
         rateLater();
+        if (self && m_panel->isVisible())
+            event->ignore(); // The delegate has shown the panel again.
         return true; // The delegate may have destroyed the panel.
     }
     return NSWindowController::eventFilter(watched, event);

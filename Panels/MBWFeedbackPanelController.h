@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Marblewick/Atomic.h>
 #include <Marblewick/MarblewickPanelsExport.h>
 #include <Marblewick/NSVisualEffectView.h>
 #include <Marblewick/NSWindowController.h>
@@ -50,7 +51,7 @@ public:
         m_feedback->showWindowForApplicationName(u"Cartographer"_s);
 
     Escape and the window manager's own ways to close a window answer "later". Quitting the application is no
-    answer. Main thread only.
+    answer. Main thread only, but for what says otherwise.
 */
 class MARBLEWICK_PANELS_EXPORT MBWFeedbackPanelController : public Marblewick::NSWindowController
 {
@@ -70,13 +71,15 @@ public:
     QLabel *infoText() const { return m_infoText; }
     Marblewick::NSVisualEffectView *visualEffectView() const { return m_visualEffectView; }
 
-    /*! The application's name in the text; nil at first. */
-    std::optional<QString> applicatioName() const { return m_applicatioName; }
-    void setApplicatioName(const std::optional<QString> &name) { m_applicatioName = name; }
+    /*! The application's name in the text; nil at first. Any thread. */
+    std::optional<QString> applicatioName() const { return m_applicatioName.load(); }
+    void setApplicatioName(const std::optional<QString> &name) { m_applicatioName.store(name); }
 
-    /*! Who receives the answer, or null. Not owned: it has to outlive the controller or be taken back. */
-    MBWFeedbackPanelControllerDelegate *delegate() const { return m_delegate; }
-    void setDelegate(MBWFeedbackPanelControllerDelegate *delegate) { m_delegate = delegate; }
+    /*! Who receives the answer, or null. Not owned: it has to outlive the controller or be taken back.
+        Any thread.
+     */
+    MBWFeedbackPanelControllerDelegate *delegate() const { return m_delegate.load(); }
+    void setDelegate(MBWFeedbackPanelControllerDelegate *delegate) { m_delegate.store(delegate); }
 
     /*! Asks about an application. Where the panel is on the screen already, it is closed instead, with the
        answer "later", and the name is not used.
@@ -123,8 +126,8 @@ private:
     QPointer<QLabel> m_ratingText;
     QPointer<QLabel> m_infoText;
     QPointer<Marblewick::NSVisualEffectView> m_visualEffectView;
-    std::optional<QString> m_applicatioName;
-    MBWFeedbackPanelControllerDelegate *m_delegate = nullptr;
+    Marblewick::Atomic<std::optional<QString>> m_applicatioName;
+    Marblewick::Atomic<MBWFeedbackPanelControllerDelegate *> m_delegate{nullptr};
     QPropertyAnimation m_fade;
     bool m_wasPlaced = false;
 };

@@ -41,7 +41,12 @@ NSDecimalNumber decimalNumberForColorComponentFrameworkVersion(const NSColor &, 
 {
     // Two steps on purpose: colours that differ by less than what is printed are the same.
     return NSDecimalNumber::decimalNumberWithString(printed(component))
-        .decimalNumberByRoundingAccordingToBehavior({.scale = 3, .raiseOnOverflow = true});
+        .decimalNumberByRoundingAccordingToBehavior({.roundingMode = NSRoundingMode::Plain,
+                                                     .scale = 3,
+                                                     .raiseOnExactness = false,
+                                                     .raiseOnOverflow = true,
+                                                     .raiseOnUnderflow = true,
+                                                     .raiseOnDivideByZero = true});
 }
 
 bool isEqualToColorFrameworkVersion(const NSColor &color, const NSColor &other)

@@ -1,14 +1,17 @@
 // Shows a panel for the first time, and prints how many milliseconds that takes from the call to the picture
-// on the screen: panel-host empty|about|feedback|news
+// on the screen: panel-host empty|about|feedback|news|browser
 
 #include <Marblewick/MBWAboutPanel.h>
 #include <Marblewick/MBWFeedbackPanelController.h>
 #include <Marblewick/MBWNewsPanelController.h>
+#include <Marblewick/NSAttributedString.h>
 
 #include <QApplication>
 #include <QDialog>
 #include <QElapsedTimer>
 #include <QPushButton>
+#include <QTextBrowser>
+#include <QTextDocument>
 #include <QTimer>
 
 #include <cstdio>
@@ -50,6 +53,24 @@ private:
     bool m_wasDrawn = false;
 };
 
+/*! The credits in the toolkit's own form of rich text. */
+QString creditsAsHTML()
+{
+    QTextDocument document;
+    Marblewick::NSAttributedString::initWithContentsOfFile(u":/Credits.rtf"_s)
+        .value()
+        .replaceContents(&document, QGuiApplication::palette().color(QPalette::Link));
+    return document.toHtml();
+}
+
+void showBrowser(const QString &html)
+{
+    auto *const browser = new QTextBrowser;
+    browser->resize(480, 320);
+    browser->setHtml(html);
+    browser->show();
+}
+
 void show(const QString &panel)
 {
     if (panel == u"news"_s)
@@ -70,9 +91,11 @@ int main(int argc, char **argv)
     // A host has a window, for which the toolkit has loaded its fonts.
     QPushButton window(u"The host's window"_s);
     window.show();
-    QTimer::singleShot(100, &window, [] {
+    const QString panel = QApplication::arguments().value(1);
+    const QString html = panel == u"browser"_s ? creditsAsHTML() : QString();
+    QTimer::singleShot(100, &window, [&] {
         new Stopwatch;
-        show(QApplication::arguments().value(1));
+        html.isEmpty() ? show(panel) : showBrowser(html);
     });
     return QApplication::exec();
 }

@@ -2,12 +2,15 @@
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QPointer>
+#include <QScopedValueRollback>
 #include <QWidget>
 
 namespace Marblewick {
 
-/*! Hides its parent, a window, when the application is about to quit. Quitting closes all windows that are
-   shown, and a panel would take that for the user's answer.
+/*! Hides its parent, a window, while the application is asked to quit, and shows it again where another
+   window refused. Quitting closes all windows that are shown, and a panel would take that for the user's
+   answer.
 */
 class HidingBeforeQuit : public QObject
 {
@@ -18,12 +21,27 @@ public:
         QCoreApplication::instance()->installEventFilter(this);
     }
 
+    /*! Whether windows are hidden for a quit that is not decided yet; the host may handle events meanwhile,
+       to ask the user.
+    */
+    static bool isUndecided() { return undecided; }
+
     bool eventFilter(QObject *watched, QEvent *event) override
     {
-        if (watched == QCoreApplication::instance() && event->type() == QEvent::Quit)
-            static_cast<QWidget *>(parent())->hide();
-        return QObject::eventFilter(watched, event);
+        auto *const window = static_cast<QWidget *>(parent());
+        if (watched != QCoreApplication::instance() || event->type() != QEvent::Quit || !window->isVisible())
+            return QObject::eventFilter(watched, event);
+        const QScopedValueRollback deciding(undecided, true);
+        const QPointer self(this);
+        window->hide();
+        QCoreApplication::sendEvent(watched, event);
+        if (self && !event->isAccepted())
+            window->show();
+        return true;
     }
+
+private:
+    inline static bool undecided = false;
 };
 
 } // namespace Marblewick

@@ -1,5 +1,7 @@
 #include "Platform/AppKit/NSApplication.h"
 
+#include "Platform/AppKit/HidingBeforeQuit.h"
+
 #include <QApplication>
 #include <QEventLoop>
 #include <QPointer>
@@ -50,7 +52,7 @@ public:
 private:
     void quitIfWindowIsHidden()
     {
-        if (!m_window || m_window->isHidden())
+        if (!m_window || (m_window->isHidden() && !HidingBeforeQuit::isUndecided()))
             m_loop.quit();
     }
 

@@ -1,5 +1,8 @@
 #include "Platform/AppKit/NSWindowController.h"
 
+#include "Platform/AppKit/NSApplication.h"
+#include "Platform/Foundation/NSLog.h"
+
 namespace Marblewick {
 
 NSWindowController::NSWindowController(const QString &windowNibName)
@@ -21,6 +24,9 @@ QWidget *NSWindowController::window()
 
 void NSWindowController::showWindow(QObject *)
 {
+    if (!NSApplication::sharedApplication())
+        return NSLog(u"%@ is not shown, because a window needs a QApplication: make one before",
+                     {m_windowNibName});
     QWidget *const shown = window();
     shown->show();
     shown->raise();

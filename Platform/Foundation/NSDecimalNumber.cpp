@@ -69,6 +69,8 @@ NSDecimalNumber NSDecimalNumber::decimalNumberByRoundingAccordingToBehavior(
         return *this;
     NSDecimalNumber rounded = *this;
     const qsizetype dropped = -behavior.scale - m_exponent; // digits behind the last one that stays
+    if (dropped > 0 && !m_digits.isEmpty() && behavior.raiseOnExactness)
+        throw NSException(NSDecimalNumberExactnessException, u"A number has more digits than are kept"_s);
     if (dropped > m_digits.size())
         return {false, {}, 0};
     if (dropped > 0) {

@@ -9,15 +9,29 @@ namespace Marblewick {
 /*! Name of the exception for a result whose first digit is too far in front of the decimal point. */
 inline constexpr QLatin1StringView NSDecimalNumberOverflowException("NSDecimalNumberOverflowException");
 
-/*! How numbers are rounded: to the nearest one, a half away from zero. */
+/*! Name of the exception for a result that is not exact. */
+inline constexpr QLatin1StringView NSDecimalNumberExactnessException("NSDecimalNumberExactnessException");
+
+/*! Which of the nearest numbers is taken. */
+enum class NSRoundingMode {
+    Plain = 0, ///< the nearest one; of two, that which is farther from zero
+};
+
+/*! How numbers are rounded, and what is raised then. */
 struct NSDecimalNumberHandler
 {
+    NSRoundingMode roundingMode = NSRoundingMode::Plain;
     /*! How many digits stay after the decimal point; with a negative scale, zeros before it. */
     qint16 scale = 0;
+    /*! Whether a number that is changed by rounding raises NSDecimalNumberExactnessException. */
+    bool raiseOnExactness = false;
     /*! Whether a number of more than 165 digits before the point raises NSDecimalNumberOverflowException;
         otherwise it becomes "not a number".
     */
     bool raiseOnOverflow = true;
+    /*! Rounding makes no number too small to be held, and divides by none: these two never come to bear. */
+    bool raiseOnUnderflow = true;
+    bool raiseOnDivideByZero = true;
 };
 
 /*! A decimal number, exact in each digit. It is equal to every other of the same value (1.50 to 1.5, -0 to

@@ -121,6 +121,19 @@ TEST_F(AboutPanelLooks, EveryTextIsTranslatedAndNothingIsCutOffInAWordyLanguage)
     keepPicture(panel->window(), u"about-wordy"_s);
 }
 
+TEST_F(AboutPanelLooks, NothingIsCutOffInAWordyLanguageAtTheSmallestSize)
+{
+    WordyTranslator translator("AboutPanel");
+    QCoreApplication::installTranslator(&translator);
+    show();
+    QWidget *const window = panel->window();
+    window->resize(1, 1);
+    ASSERT_TRUE(QTest::qWaitFor([window] { return window->size() == window->minimumSize(); }))
+        << window->width() << " x " << window->height();
+    expectThatNothingIsCutOffOrCovered();
+    keepPicture(window, u"about-wordy-smallest"_s);
+}
+
 TEST_F(AboutPanelLooks, TheTextsFollowATranslatorThatIsInstalledWhileThePanelIsShown)
 {
     show();

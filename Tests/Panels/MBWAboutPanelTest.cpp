@@ -113,6 +113,27 @@ TEST_F(AboutPanel, TakesTheVersionsFromTheTranslatedProperties)
               u"zwei (zweitausend) Mac App Store Version"_s);
 }
 
+TEST_F(AboutPanel, IsNotMadeThatOfTheStoreByATranslation)
+{
+    const InstalledTranslator isDirectProperty("InfoPlist", "MWIsDirectVersion", u"NO"_s);
+    EXPECT_EQ(make(version + build + storeBuild + isDirect).versionString(), u"2.1 (345)"_s);
+    EXPECT_FALSE(panel->isMacAppStoreVersion());
+    const InstalledTranslator number("InfoPlist", "MWBuildVersion", u"zweitausend"_s);
+    const AboutPanelHost other;
+    other.setProperties(version + build);
+    EXPECT_EQ(MBWAboutPanel(other.bundle()).versionString(), u"2.1 (345)"_s);
+    EXPECT_FALSE(MBWAboutPanel(other.bundle()).isMacAppStoreVersion());
+}
+
+TEST_F(AboutPanel, IsNotMadeTheDirectVersionByATranslation)
+{
+    const InstalledTranslator isDirectProperty("InfoPlist", "MWIsDirectVersion", u"YES"_s);
+    EXPECT_TRUE(make(version + build + isNotDirect).isMacAppStoreVersion());
+    const AboutPanelHost other;
+    other.setProperties(version + build + storeBuild);
+    EXPECT_EQ(MBWAboutPanel(other.bundle()).versionString(), u"2.1 (2101) Mac App Store Version"_s);
+}
+
 TEST_F(AboutPanel, PrintsNullForAMissingVersion)
 {
     EXPECT_EQ(make(build).versionString(), u"(null) (345)"_s);

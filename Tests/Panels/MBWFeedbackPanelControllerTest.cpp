@@ -407,6 +407,27 @@ TEST_F(FeedbackPanel, ADelegateMayShowThePanelAgainAndWaitUntilItIsOpaque)
     EXPECT_TRUE(isOpaque());
 }
 
+TEST_F(FeedbackPanel, ADelegateMayShowThePanelAgainThatWasClosedAsAWindow)
+{
+    const std::function<void()> closings[] = {
+        [this] { EXPECT_FALSE(panel()->close()); },
+        [this] {
+            QCloseEvent event;
+            QCoreApplication::sendEvent(panel()->windowHandle(), &event);
+        },
+    };
+    for (const auto &close : closings) {
+        delegate.answers.clear();
+        showAndWaitForTheFade();
+        delegate.react = [this] { controller->showWindowForApplicationName(u"Atlas"_s); };
+        close();
+        EXPECT_TRUE(panel()->isVisible());
+        EXPECT_TRUE(QTest::qWaitFor([this] { return isOpaque(); }));
+        EXPECT_EQ(delegate.answers, Answers{1});
+        controller->rateLater();
+    }
+}
+
 TEST_F(FeedbackPanel, ADelegateMayShowAndCloseThePanelAgain)
 {
     show();
@@ -498,6 +519,45 @@ TEST_F(FeedbackPanel, QuittingTheApplicationIsNoAnswer)
     EXPECT_EQ(delegate.answers, Answers());
 }
 
+namespace {
+
+/*! A host's window that refuses to be closed, after it has let events be handled as a question to the user
+ * does.
+ */
+class UnwillingWindow : public QWidget
+{
+public:
+    int refusals = 0;
+
+protected:
+    void closeEvent(QCloseEvent *event) override
+    {
+        QCoreApplication::processEvents();
+        event->ignore();
+        ++refusals;
+    }
+};
+
+} // namespace
+
+TEST_F(FeedbackPanel, StaysWithoutAnAnswerWhereAWindowOfTheHostRefusesToQuit)
+{
+    UnwillingWindow host;
+    host.show();
+    showAndWaitForTheFade();
+    QTimer::singleShot(0, qApp, [&] {
+        QCoreApplication::quit();
+        EXPECT_EQ(host.refusals, 1);
+        EXPECT_TRUE(panel()->isVisible());
+        EXPECT_TRUE(isOpaque());
+        EXPECT_EQ(delegate.answers, Answers());
+        QTest::mouseClick(button("rateAppButton"), Qt::LeftButton);
+        EXPECT_EQ(delegate.answers, Answers{0});
+        QCoreApplication::exit(5);
+    });
+    EXPECT_EQ(QApplication::exec(), 5);
+}
+
 TEST_F(FeedbackPanel, DestroyingTheControllerWhileItIsShownIsNoAnswer)
 {
     show();
@@ -519,6 +579,25 @@ TEST_F(FeedbackPanel, AScreenReaderIsToldTheWindowsAndTheButtonsNames)
 }
 
 // Parts that are missing
+
+TEST_F(FeedbackPanel, AChangeOfLanguageIsTakenWithWhateverPartsAreLeft)
+{
+    GermanTranslator translator;
+    const auto changeLanguage = [&translator] {
+        QCoreApplication::removeTranslator(&translator);
+        QCoreApplication::installTranslator(&translator);
+        QCoreApplication::processEvents();
+    };
+    delete controller->infoText();
+    changeLanguage();
+    EXPECT_EQ(controller->ratingText()->text(), u"auf Deutsch"_s);
+    delete controller->ratingText();
+    changeLanguage();
+    delete controller->visualEffectView();
+    changeLanguage();
+    EXPECT_EQ(controller->infoText(), nullptr);
+    EXPECT_EQ(controller->ratingText(), nullptr);
+}
 
 TEST_F(FeedbackPanel, WhatWouldBeDoneToAPartThatIsMissingIsNotDoneAndThePanelStillAnswers)
 {

@@ -114,6 +114,7 @@ TEST_F(NewsPrompt, HasTheButtonsSubscribeWithASingleEllipsisAndCancelInThisOrder
         clickCancel();
     });
     panel()->showSubscribePanel();
+    EXPECT_EQ(shown, 1);
 }
 
 TEST_F(NewsPrompt, TheFirstCallForAUserShowsItAndReturnsTrueAndEveryLaterOneReturnsFalse)

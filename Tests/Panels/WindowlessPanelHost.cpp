@@ -1,3 +1,4 @@
+#include <Marblewick/MBWAboutPanel.h>
 #include <Marblewick/MBWFeedbackPanelController.h>
 #include <Marblewick/MBWNewsPanelController.h>
 
@@ -13,5 +14,6 @@ int main(int argc, char **argv)
     MBWNewsPanelController *const news = MBWNewsPanelController::sharedPanel();
     std::puts(news->showSubscribePanelIfFirstRunForProductCode(std::nullopt) ? "shown" : "not shown");
     news->showSubscribePanel();
+    MBWAboutPanel::sharedAboutPanel()->showWindow();
     return 0;
 }

@@ -48,6 +48,16 @@ void replaceUnpairedSurrogates(QString &string)
     }
 }
 
+/*! How much of a text to take where there is room for so many characters. The last place is none for the
+   first half of a pair, whose second half may come later.
+*/
+qsizetype lengthWithoutHalfAPair(QStringView text, qsizetype room)
+{
+    if (text.size() < room)
+        return text.size();
+    return room > 0 && text[room - 1].isHighSurrogate() ? room - 1 : room;
+}
+
 /*! The address that a field links to; nil where it is no link, or one within the document. */
 std::optional<QUrl> linkOfFieldInstruction(QStringView instruction)
 {
@@ -297,12 +307,14 @@ void RTFReader::endFieldInstruction()
 void RTFReader::append(QString text)
 {
     text.removeIf(isNoText);
-    text.truncate(std::max<qsizetype>(maximumLength - m_text.string.size(), 0));
+    text.truncate(lengthWithoutHalfAPair(text, std::max<qsizetype>(maximumLength - m_text.string.size(), 0)));
     for (QStringView left = text; !left.isEmpty();) {
         beginRunIfFormatChanged();
-        if (m_paragraphLength == maximumParagraphLength || m_paragraphRuns > maximumParagraphRuns)
+        const qsizetype length = lengthWithoutHalfAPair(left, maximumParagraphLength - m_paragraphLength);
+        if (length == 0 || m_paragraphRuns > maximumParagraphRuns) {
             endParagraph();
-        const auto length = std::min(left.size(), maximumParagraphLength - m_paragraphLength);
+            continue;
+        }
         appendToLastRun(left.first(length));
         left = left.sliced(length);
     }

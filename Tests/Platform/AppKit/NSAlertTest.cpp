@@ -59,10 +59,16 @@ protected:
             alert.addButtonWithTitle(title);
     }
 
-    qint64 answer(std::function<void()> step)
+    qint64 answer(const std::function<void()> &step)
     {
-        whenShown(std::move(step));
-        return alert.runModal();
+        bool wasShown = false;
+        whenShown([&] {
+            wasShown = true;
+            step();
+        });
+        const qint64 code = alert.runModal();
+        EXPECT_TRUE(wasShown);
+        return code;
     }
 
     NSAlert alert;
@@ -176,6 +182,39 @@ TEST_F(NSAlertTest, QuittingInsideTheEventLoopIsNoAnswer)
     QTimer::singleShot(0, qApp, [&] { code = answer([] { QCoreApplication::quit(); }); });
     QApplication::exec();
     EXPECT_EQ(code, NSModalResponseAbort);
+}
+
+namespace {
+
+/*! A host's window that refuses to be closed, after it has let events be handled as a question to the user
+ * does.
+ */
+class UnwillingWindow : public QWidget
+{
+protected:
+    void closeEvent(QCloseEvent *event) override
+    {
+        QCoreApplication::processEvents();
+        event->ignore();
+    }
+};
+
+} // namespace
+
+TEST_F(NSAlertTest, StaysForItsAnswerWhereAWindowOfTheHostRefusesToQuit)
+{
+    UnwillingWindow host;
+    host.show();
+    QTimer::singleShot(0, qApp, [&] {
+        EXPECT_EQ(answer([] {
+                      QCoreApplication::quit();
+                      when([] { return shown() && shown()->isVisible(); },
+                           [] { QTest::mouseClick(button(u"Archive"_s), Qt::LeftButton); });
+                  }),
+                  1001);
+        QCoreApplication::exit(5);
+    });
+    EXPECT_EQ(QApplication::exec(), 5);
 }
 
 TEST_F(NSAlertTest, DoesNotEndAHostWithoutOtherWindows)

@@ -117,6 +117,18 @@ TEST(RichTextHostile, BreaksAParagraphOfMoreThan8192CharactersOr1024Formats)
     EXPECT_EQ(read(QByteArray("\\b a\\b0 b").repeated(512)).string.indexOf(u'\n'), -1);
 }
 
+TEST(RichTextHostile, DoesNotBreakAParagraphOrTheTextWithinACharacterOfTwoUnits)
+{
+    const QByteArray inUTF8 = "\\ansicpg65001 a" + QByteArray("\xf0\x9f\x98\x80").repeated(600'000);
+    const QByteArray byUnits = "\\uc0 a" + QByteArray("\\u-10179 \\u-8704 ").repeated(10'000);
+    for (const QByteArray &contents : {inUTF8, byUnits}) {
+        const NSAttributedString text = read(contents);
+        EXPECT_EQ(text.string.indexOf(u'\n'), 8191);
+        EXPECT_EQ(text.string.count(QChar::ReplacementCharacter), 0);
+        expectThatItIsWhole(text);
+    }
+}
+
 TEST(RichTextHostile, IsShownInTimeWhateverItHolds)
 {
     for (const char *piece : {"a", "\\b a\\b0 b", "\\par ", "\\tab ", "\\line "}) {

@@ -143,13 +143,44 @@ TEST(RichText, ReadsACodePageThatIsNotKnownAsLatin1)
         EXPECT_EQ(stringInCodePage(codePage, R"(caf\'e9)"), u"café"_s) << codePage;
 }
 
+namespace {
+
+struct EncodedText
+{
+    int encoding; ///< the number of a code page or a character set
+    const char *contents;
+    QString text;
+};
+
+} // namespace
+
+TEST(RichText, ReadsBytesInEachCodePage)
+{
+    const EncodedText texts[] = {
+        {437, R"(\'81)", u"ü"_s},      {850, R"(\'9b)", u"ø"_s},           {852, R"(\'fd)", u"ř"_s},
+        {866, R"(\'8f)", u"П"_s},      {874, R"(\'a1)", u"ก"_s},           {932, R"(\'93\'fa)", u"日"_s},
+        {936, R"(\'b9\'fa)", u"国"_s}, {949, R"(\'c7\'d1)", u"한"_s},      {950, R"(\'b0\'ea)", u"國"_s},
+        {1250, R"(\'f8)", u"ř"_s},     {1251, R"(\'cf)", u"П"_s},          {1252, R"(\'80)", u"€"_s},
+        {1253, R"(\'c8)", u"Θ"_s},     {1254, R"(\'f0)", u"ğ"_s},          {1255, R"(\'f9)", u"ש"_s},
+        {1256, R"(\'d4)", u"ش"_s},     {1257, R"(\'fe)", u"ž"_s},          {1258, R"(\'f5)", u"ơ"_s},
+        {10000, R"(\'8a)", u"ä"_s},    {65001, R"(\'e2\'82\'ac)", u"€"_s},
+    };
+    for (const EncodedText &text : texts)
+        EXPECT_EQ(stringInCodePage(text.encoding, text.contents), text.text) << text.encoding;
+}
+
 TEST(RichText, ReadsBytesInTheCodePageOfTheirFontsCharacterSet)
 {
-    EXPECT_EQ(stringInCharacterSet(204, R"(\'cf)"), u"П"_s);
-    EXPECT_EQ(stringInCharacterSet(238, R"(\'f8)"), u"ř"_s);
-    EXPECT_EQ(stringInCharacterSet(128, R"(\'93\'fa)"), u"日"_s);
-    EXPECT_EQ(stringInCharacterSet(77, R"(\'8a)"), u"ä"_s);
-    EXPECT_EQ(stringInCharacterSet(255, R"(\'81)"), u"ü"_s);
+    const EncodedText texts[] = {
+        {77, R"(\'8a)", u"ä"_s},       {128, R"(\'93\'fa)", u"日"_s}, {129, R"(\'c7\'d1)", u"한"_s},
+        {134, R"(\'b9\'fa)", u"国"_s}, {136, R"(\'b0\'ea)", u"國"_s}, {161, R"(\'c8)", u"Θ"_s},
+        {162, R"(\'f0)", u"ğ"_s},      {163, R"(\'f5)", u"ơ"_s},      {177, R"(\'f9)", u"ש"_s},
+        {178, R"(\'d4)", u"ش"_s},      {186, R"(\'fe)", u"ž"_s},      {204, R"(\'cf)", u"П"_s},
+        {222, R"(\'a1)", u"ก"_s},      {238, R"(\'f8)", u"ř"_s},      {254, R"(\'81)", u"ü"_s},
+        {255, R"(\'9b)", u"ø"_s},
+    };
+    for (const EncodedText &text : texts)
+        EXPECT_EQ(stringInCharacterSet(text.encoding, text.contents), text.text) << text.encoding;
 }
 
 TEST(RichText, ReadsBytesInTheDocumentsCodePageWhereTheCharacterSetNamesNone)

@@ -120,3 +120,29 @@ TEST(NSDecimalNumber, ANumberThatIsTooLargeBecomesNotANumberWhereNothingIsToBeRa
                   .stringValue(),
               u"NaN"_s);
 }
+
+TEST(NSDecimalNumber, RoundingANumberOfMoreDigitsThanAreKeptRaisesThatItIsNotExactOnlyWhereThatIsAskedFor)
+{
+    const NSDecimalNumberHandler exact{.scale = 3, .raiseOnExactness = true};
+    for (const QString &same : {u"0"_s, u"0.123"_s, u"0.5000"_s, u"1200"_s})
+        EXPECT_EQ(number(same).decimalNumberByRoundingAccordingToBehavior(exact), number(same));
+    for (const QString &changed : {u"0.1234"_s, u"-0.00000001"_s}) {
+        try {
+            number(changed).decimalNumberByRoundingAccordingToBehavior(exact);
+            ADD_FAILURE() << "nothing was raised";
+        } catch (const NSException &exception) {
+            EXPECT_EQ(exception.name(), u"NSDecimalNumberExactnessException"_s);
+        }
+    }
+    EXPECT_EQ(rounded(u"0.1234"_s, 3), u"0.123"_s);
+}
+
+TEST(NSDecimalNumber, AHandlerRoundsPlainlyAndRaisesEverythingButThatAResultIsNotExact)
+{
+    const NSDecimalNumberHandler handler;
+    EXPECT_EQ(static_cast<int>(handler.roundingMode), 0);
+    EXPECT_FALSE(handler.raiseOnExactness);
+    EXPECT_TRUE(handler.raiseOnOverflow);
+    EXPECT_TRUE(handler.raiseOnUnderflow);
+    EXPECT_TRUE(handler.raiseOnDivideByZero);
+}
