@@ -18,7 +18,7 @@ constexpr auto urlCharacters = [] {
     std::array<bool, 128> table{};
     for (const char c : std::string_view("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"
                                          "-._~:/?#[]@!$&'()*+,;="))
-        table[static_cast<size_t>(c)] = true;
+        table[static_cast<unsigned char>(c)] = true;
     return table;
 }();
 
