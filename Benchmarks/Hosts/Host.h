@@ -7,7 +7,9 @@
 #include <cstdio>
 #include <cstring>
 
-/*! Prints at once the memory, in KiB, that this process shares with no other. */
+/*! Prints at once the memory, in KiB, that this process has for itself: what it has written to. Pages of
+   files that it only reads are the system's cache, which counts them as shared or not by what else runs.
+*/
 inline void printPrivateMemory()
 {
     FILE *const file = std::fopen("/proc/self/smaps_rollup", "re");
@@ -15,7 +17,7 @@ inline void printPrivateMemory()
     long total = 0;
     while (file && std::fgets(line, sizeof line, file)) {
         long amount = 0;
-        if (std::strncmp(line, "Private_", 8) == 0 && std::sscanf(line, "%*s %ld", &amount) == 1)
+        if (std::strncmp(line, "Private_Dirty:", 14) == 0 && std::sscanf(line, "%*s %ld", &amount) == 1)
             total += amount;
     }
     if (file)
