@@ -128,7 +128,8 @@ void addDigestCommands(CLI::App *app, Action *action)
 {
     CLI::App *const digest = app->add_subcommand("digest", "Digests of files or of standard input");
     digest->require_subcommand(1);
-    const auto add = [=](const std::string &name, const std::string &description, DigestOfFile digestOfFile) {
+    const auto add = [=](const std::string &name, const std::string &description,
+                         const DigestOfFile &digestOfFile) {
         CLI::App *const command = digest->add_subcommand(name, description);
         command->callback([=, files = addInputs(command)] {
             *action = [=] { return printDigests(*files, digestOfFile); };
