@@ -78,6 +78,7 @@ bool CrashLogFile::create()
     if (m_folder < 0)
         return false;
     constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    const FilledStandardStreams filled;
     m_descriptor = aboveStandardStreams(::openat(m_folder, m_names.temporary, flags, S_IRUSR | S_IWUSR));
     return m_descriptor >= 0 && ::fchmod(m_descriptor, S_IRUSR | S_IWUSR) == 0; // whatever the umask
 }

@@ -116,6 +116,7 @@ class Channel
 public:
     Channel()
     {
+        const FilledStandardStreams filled;
         int sockets[2] = {-1, -1};
         if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets) != 0)
             return;
