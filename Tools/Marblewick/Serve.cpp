@@ -76,7 +76,7 @@ public:
     ~EndingBySignal()
     {
         m_isOver = true; // where the server ended by itself, or never began
-        ::pthread_kill(m_thread.native_handle(), SIGTERM);
+        ::pthread_kill(m_thread.native_handle(), SIGINT);
         m_thread.join();
     }
     EndingBySignal(const EndingBySignal &) = delete;
