@@ -88,7 +88,12 @@ void overflowInThreadWithSmallStack()
 [[gnu::noinline]] void crashWithMallocLockHeld()
 {
     constexpr std::size_t size = 100'000;
-    std::thread(::pause).detach();
+    std::latch isRunning(1); // A thread that is starting still reads what it was given, which is on the heap.
+    std::thread([&] {
+        isRunning.count_down();
+        ::pause();
+    }).detach();
+    isRunning.wait();
     void *const block = std::malloc(size);
     const auto page = reinterpret_cast<std::uintptr_t>(block) / 4096 * 4096;
     const auto end = reinterpret_cast<std::uintptr_t>(::sbrk(0));
