@@ -73,8 +73,10 @@ protected:
         return output({u"notes"_s, server.url(u"/notes"_s).toString()});
     }
 
-    /*! Lets the host be an ordinary user's, who may have that many user namespaces, with the sandbox on. */
-    void beOrdinaryUser(int namespaces)
+    /*! Lets the host be an ordinary user's, who may have that many user namespaces, with the sandbox on.
+       False where the system does not let this process do so.
+    */
+    [[nodiscard]] bool canBeOrdinaryUser(int namespaces)
     {
         m_environment.remove(u"QTWEBENGINE_DISABLE_SANDBOX"_s);
         const auto line = [](uint id) { return "1000 " + QByteArray::number(id) + " 1"; };
@@ -82,6 +84,10 @@ protected:
                          maximum = QByteArray::number(namespaces)] {
             becomeOrdinaryUser(users, groups, maximum);
         };
+        QProcess attempt;
+        attempt.setChildProcessModifier(m_beforeStart);
+        attempt.start(u"true"_s, QStringList());
+        return attempt.waitForFinished() && attempt.exitCode() == 0;
     }
 
     void sellInAStore() const
@@ -154,13 +160,15 @@ TEST_F(UpdatePanelHost, AsRootWithTheSandboxOnThePanelSaysWhatCannotRunAndTheLog
 
 TEST_F(UpdatePanelHost, AnOrdinaryUsersPanelShowsTheNotesWithTheSandboxOn)
 {
-    beOrdinaryUser(1000);
+    if (!canBeOrdinaryUser(1000))
+        GTEST_SKIP() << "no user namespace can be made";
     EXPECT_EQ(notesOutput(), u"the notes are shown\n"_s) << qPrintable(log);
 }
 
 TEST_F(UpdatePanelHost, AnOrdinaryUsersPanelShowsTheNotesWhereUserNamespacesAreForbidden)
 {
-    beOrdinaryUser(0);
+    if (!canBeOrdinaryUser(0))
+        GTEST_SKIP() << "no user namespace can be made";
     EXPECT_EQ(notesOutput(), u"the notes are shown\n"_s) << qPrintable(log);
 }
 
