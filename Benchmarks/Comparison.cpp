@@ -36,7 +36,7 @@ Comparison::Medians Comparison::run() const
 void printRatio(const std::string &what, const Comparison::Medians &medians, const std::string &unit,
                 const std::string &promise)
 {
-    std::printf("%-64s %9.2f %-4s peer %9.2f %-4s ratio %5.2f   (%s)\n", what.c_str(), medians.ours,
+    std::printf("%-64s %9.2f %-4s peer %9.2f %-4s ratio %6.3f   (%s)\n", what.c_str(), medians.ours,
                 unit.c_str(), medians.peer, unit.c_str(), medians.ours / medians.peer, promise.c_str());
     std::fflush(stdout);
 }

@@ -4,7 +4,7 @@
 #include "Platform/Foundation/NSURL.h"
 #include "Platform/Foundation/PropertyList/BinaryPropertyList.h"
 
-#include <vector>
+#include <QVarLengthArray>
 
 using namespace Qt::StringLiterals;
 
@@ -15,7 +15,10 @@ namespace {
 using Object = BinaryPropertyList::Object;
 
 /*! Many more than any archiver writes: the base of a URL seldom has a base itself. */
-constexpr size_t maximumTextsOfURL = 16;
+constexpr qsizetype maximumTextsOfURL = 16;
+
+/*! The text of a URL, then those of its bases: mostly one. */
+using TextsOfURL = QVarLengthArray<QString, 2>;
 
 /*! Fields may share what they refer to, so that more is read than there is: up to this many times the size of
     the archive. A record whose eight strings and URLs have one text in common is below it.
@@ -23,7 +26,7 @@ constexpr size_t maximumTextsOfURL = 16;
 constexpr qsizetype maximumMultiple = 8;
 
 /*! The URL of a text that is relative to the URL of the text behind it, and so on. */
-std::optional<QUrl> urlOfTexts(const std::vector<QString> &texts)
+std::optional<QUrl> urlOfTexts(const TextsOfURL &texts)
 {
     QUrl url;
     for (auto text = texts.rbegin(); text != texts.rend(); ++text) {
@@ -36,7 +39,7 @@ std::optional<QUrl> urlOfTexts(const std::vector<QString> &texts)
             return std::nullopt;
         url = url.resolved(*relative);
     }
-    return url.isValid() ? std::optional(url) : std::nullopt;
+    return url.isValid() ? std::optional(std::move(url)) : std::nullopt;
 }
 
 } // namespace
@@ -47,6 +50,7 @@ struct NSKeyedUnarchiver::Private
     BinaryPropertyList list;
     Object objects = BinaryPropertyList::noObject;
     Object current = BinaryPropertyList::noObject; ///< the object whose fields are being decoded
+    qsizetype next = 0; ///< its entry behind the field that was read last
     qsizetype allowance = 0; ///< bytes that may still be read
     QString failure; ///< the first one, a sentence; empty before it
 
@@ -67,29 +71,28 @@ struct NSKeyedUnarchiver::Private
     }
 
     /*! What a field of the object that is being decoded holds. */
-    Object fieldForKey(QLatin1StringView key) const
+    Object fieldForKey(QLatin1StringView key)
     {
         return KeyedArchive::isReserved(key)
-                   ? list.objectForKey(current, QLatin1StringView(KeyedArchive::escapedKey(key)))
-                   : list.objectForKey(current, key);
+                   ? list.objectForKey(current, QLatin1StringView(KeyedArchive::escapedKey(key)), &next)
+                   : list.objectForKey(current, key, &next);
     }
 
-    /*! The UID that a field holds, that of nil for an absent field. Nil where it holds something else. */
-    std::optional<quint32> uidIn(Object field) const
+    /*! The UID that a field holds, that of nil for an absent field. */
+    qint64 uidIn(Object field) const
     {
         return field == BinaryPropertyList::noObject ? KeyedArchive::nullUID : list.uid(field);
     }
 
-    Object objectOfUID(std::optional<quint32> uid) const
+    Object objectOfUID(qint64 uid) const
     {
-        return uid && *uid != KeyedArchive::nullUID ? list.objectAtIndex(objects, *uid)
-                                                    : BinaryPropertyList::noObject;
+        return uid > KeyedArchive::nullUID ? list.objectAtIndex(objects, uid) : BinaryPropertyList::noObject;
     }
 
     bool isOfClass(Object object, QLatin1StringView className);
     std::optional<QString> plainString(Object object);
     std::optional<QString> string(Object object);
-    std::optional<std::vector<QString>> textsOfURL(Object url);
+    std::optional<TextsOfURL> textsOfURL(Object url);
 };
 
 /*! Whether an object's class is that one here, or derived from it here. What the archive says of its
@@ -115,27 +118,27 @@ std::optional<QString> NSKeyedUnarchiver::Private::plainString(Object object)
 /*! A string stands by itself, or in an object of a string class. */
 std::optional<QString> NSKeyedUnarchiver::Private::string(Object object)
 {
-    if (const auto text = plainString(object))
+    if (auto text = plainString(object))
         return text;
     if (!isOfClass(object, KeyedArchive::stringClass))
         return std::nullopt;
     const Object field = list.objectForKey(object, KeyedArchive::stringKey);
-    const auto uid = list.uid(field);
-    return plainString(uid ? objectOfUID(uid) : field);
+    const qint64 uid = list.uid(field);
+    return plainString(uid == BinaryPropertyList::noUID ? field : objectOfUID(uid));
 }
 
 /*! The text of a URL, then those of its bases. Nil where one of them is no URL object. */
-std::optional<std::vector<QString>> NSKeyedUnarchiver::Private::textsOfURL(Object url)
+std::optional<TextsOfURL> NSKeyedUnarchiver::Private::textsOfURL(Object url)
 {
-    std::vector<QString> texts;
+    TextsOfURL texts;
     for (;;) {
         if (texts.size() == maximumTextsOfURL || !isOfClass(url, KeyedArchive::urlClass))
             return std::nullopt;
-        const auto text = string(objectOfUID(uidIn(list.objectForKey(url, KeyedArchive::urlRelativeKey))));
+        auto text = string(objectOfUID(uidIn(list.objectForKey(url, KeyedArchive::urlRelativeKey))));
         if (!text)
             return std::nullopt;
-        texts.push_back(*text);
-        const auto base = uidIn(list.objectForKey(url, KeyedArchive::urlBaseKey));
+        texts.push_back(*std::move(text));
+        const qint64 base = uidIn(list.objectForKey(url, KeyedArchive::urlBaseKey));
         if (base == KeyedArchive::nullUID)
             return texts;
         url = objectOfUID(base);
@@ -198,7 +201,7 @@ qint64 NSKeyedUnarchiver::decodeIntegerForKey(QLatin1StringView key)
 
 std::optional<QString> NSKeyedUnarchiver::decodeString(QLatin1StringView key)
 {
-    const auto uid = d->uidIn(d->fieldForKey(key));
+    const qint64 uid = d->uidIn(d->fieldForKey(key));
     if (uid == KeyedArchive::nullUID)
         return std::nullopt;
     const auto text = d->string(d->objectOfUID(uid));
@@ -209,7 +212,7 @@ std::optional<QString> NSKeyedUnarchiver::decodeString(QLatin1StringView key)
 
 std::optional<QUrl> NSKeyedUnarchiver::decodeURL(QLatin1StringView key)
 {
-    const auto uid = d->uidIn(d->fieldForKey(key));
+    const qint64 uid = d->uidIn(d->fieldForKey(key));
     if (uid == KeyedArchive::nullUID)
         return std::nullopt;
     const auto texts = d->textsOfURL(d->objectOfUID(uid));

@@ -1,65 +1,50 @@
 #include "Platform/Foundation/NSURL.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 
 namespace Marblewick::NSURL {
 
 namespace {
 
-bool isHexDigit(QChar c)
+bool isASCII(QStringView text)
 {
-    return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
+    return std::ranges::all_of(text, [](QChar c) { return c.unicode() < 0x80; });
 }
 
-/*! Unreserved and reserved characters of RFC 3986, 2.2 and 2.3, by their ASCII code. */
-constexpr auto urlCharacters = [] {
-    std::array<bool, 128> table{};
-    for (const char c : std::string_view("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"
-                                         "-._~:/?#[]@!$&'()*+,;="))
-        table[static_cast<unsigned char>(c)] = true;
-    return table;
-}();
-
-bool isURLCharacter(QChar c) { return c.unicode() < urlCharacters.size() && urlCharacters[c.unicode()]; }
-
-bool holdsOnlyURLCharacters(QStringView text)
+/*! What follows the scheme and the authority of a URL, of which either may be missing. */
+QStringView behindAuthority(QStringView text)
 {
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        if (text[i] == u'%') {
-            if (i + 2 >= text.size() || !isHexDigit(text[i + 1]) || !isHexDigit(text[i + 2]))
-                return false;
-            i += 2;
-        } else if (!isURLCharacter(text[i])) {
-            return false;
-        }
-    }
-    return true;
+    const auto endsAuthority = [](QChar c) { return c == u'/' || c == u'?' || c == u'#'; };
+    const auto endsScheme = [&](QChar c) { return c == u':' || endsAuthority(c); };
+    const auto *const end = std::ranges::find_if(text, endsScheme);
+    const bool hasScheme = end != text.end() && *end == u':';
+    const QStringView rest = hasScheme ? QStringView(end + 1, text.end()) : text;
+    return rest.startsWith(u"//")
+               ? QStringView(std::find_if(rest.begin() + 2, rest.end(), endsAuthority), rest.end())
+               : rest;
 }
 
 /*! Whether square brackets occur in the authority only, where they hold an IP address, and no more than one
-    "#" begins a fragment. QUrl lets both pass.
+    "#" begins a fragment. QUrl lets both pass, and characters beyond ASCII; the rest its strict mode refuses.
 */
 bool hasDelimitersInPlace(QStringView text)
 {
-    const qsizetype slashes = text.indexOf(u"//");
-    const bool hasAuthority = slashes == 0 || (slashes > 0 && text.indexOf(u':') == slashes - 1);
-    const auto endsAuthority = [](QChar c) { return c == u'/' || c == u'?' || c == u'#'; };
-    const auto rest = hasAuthority ? std::find_if(text.begin() + slashes + 2, text.end(), endsAuthority)
-                                   : text.begin();
-    return std::none_of(rest, text.end(), [](QChar c) { return c == u'[' || c == u']'; })
-           && text.count(u'#') <= 1;
+    int fragments = 0;
+    return std::ranges::none_of(behindAuthority(text), [&](QChar c) {
+        return c == u'[' || c == u']' || (c == u'#' && ++fragments > 1);
+    });
 }
 
 } // namespace
 
 std::optional<QUrl> URLWithString(const QString &text)
 {
-    if (text.isEmpty() || !holdsOnlyURLCharacters(text) || !hasDelimitersInPlace(text))
+    if (text.isEmpty() || !isASCII(text) || !hasDelimitersInPlace(text))
         return std::nullopt;
-    const QUrl url(text, QUrl::StrictMode);
-    return url.isValid() ? std::optional(url) : std::nullopt;
+    std::optional<QUrl> url(std::in_place, text, QUrl::StrictMode);
+    if (!url->isValid())
+        url.reset();
+    return url;
 }
 
 } // namespace Marblewick::NSURL

@@ -1,5 +1,5 @@
 // A host that shows the update panel and prints what came of it, for what depends on the host's own files:
-// UpdatePanelHost info | info-without-store | error | windowless | version
+// UpdatePanelHost info | info-without-store | error | notes URL | windowless | version
 
 #include <Marblewick/MBWSWUpdateInfo.h>
 #include <Marblewick/MBWUpdateNotificationPanel.h>
@@ -47,6 +47,21 @@ int showError()
     return QCoreApplication::exec();
 }
 
+/*! Prints which view the panel comes to show. */
+int showNotes(const QUrl &notes)
+{
+    MBWUpdateNotificationPanel panel;
+    const auto info = release(false);
+    info->setUpdateInfoURL(notes);
+    panel.showWindowForUpdateInfo(info);
+    QObject::connect(panel.contentBox(), &QStackedWidget::currentChanged, [&panel] {
+        const bool isError = panel.contentBox()->currentWidget() == panel.errorView();
+        std::cout << (isError ? panel.errorText().toStdString() : "the notes are shown") << '\n';
+        QCoreApplication::quit();
+    });
+    return QCoreApplication::exec();
+}
+
 int printVersion(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
@@ -73,5 +88,7 @@ int main(int argc, char **argv)
         return printVersion(argc, argv);
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argc, argv);
+    if (mode == "notes")
+        return showNotes(QUrl(QString::fromLocal8Bit(argv[2])));
     return mode == "error" ? showError() : showInfo(mode == "info");
 }

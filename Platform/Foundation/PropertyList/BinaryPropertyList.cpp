@@ -17,13 +17,13 @@ constexpr qsizetype trailerSize = 32;
 /*! What stands for the count of an object's units where it does not fit into half a byte. */
 constexpr quint8 countFollows = 0xf;
 
-/*! The unsigned number that up to 8 bytes hold, the highest first. */
-quint64 number(QByteArrayView bytes)
+/*! The unsigned number that 1 to 8 bytes of a list hold, the highest first. They are read together with what
+    precedes them, which is there because no number is in a list's first 8 bytes.
+*/
+inline quint64 number(QByteArrayView bytes)
 {
-    quint64 value = 0;
-    for (const char byte : bytes)
-        value = value << 8 | static_cast<quint8>(byte);
-    return value;
+    constexpr qsizetype width = sizeof(quint64);
+    return qFromBigEndian<quint64>(bytes.end() - width) & (~quint64(0) >> 8 * (width - bytes.size()));
 }
 
 /*! Whether numbers up to `largest` can be written in `size` bytes. */
@@ -36,7 +36,7 @@ bool isWideEnough(quint64 size, quint64 largest)
 
 std::optional<BinaryPropertyList> BinaryPropertyList::open(QByteArrayView bytes)
 {
-    if (bytes.size() < headerSize + trailerSize || !bytes.startsWith(magic))
+    if (bytes.size() < headerSize + trailerSize || bytes.size() > UINT32_MAX || !bytes.startsWith(magic))
         return std::nullopt;
     const QByteArrayView trailer = bytes.last(trailerSize);
     const quint64 offsetSize = number(trailer.sliced(6, 1));
@@ -56,176 +56,137 @@ std::optional<BinaryPropertyList> BinaryPropertyList::open(QByteArrayView bytes)
     BinaryPropertyList list;
     list.m_objects = bytes.first(static_cast<qsizetype>(table));
     list.m_referenceSize = static_cast<qsizetype>(referenceSize);
+    list.m_unitSizes[ArrayKind] = static_cast<quint8>(referenceSize);
+    list.m_unitSizes[DictionaryKind] = static_cast<quint8>(2 * referenceSize);
     list.m_top = static_cast<Object>(top);
-    list.m_offsets.reserve(count);
-    for (QByteArrayView rest = bytes.sliced(list.m_objects.size()).chopped(trailerSize); !rest.isEmpty();) {
-        const quint64 offset = number(rest.first(static_cast<qsizetype>(offsetSize)));
+    list.m_contents.resize(count);
+    QByteArrayView offsets = bytes.sliced(list.m_objects.size());
+    for (Content &content : list.m_contents) {
+        const quint64 offset = number(offsets.first(static_cast<qsizetype>(offsetSize)));
         if (offset < headerSize || offset >= table)
             return std::nullopt;
-        list.m_offsets.push_back(static_cast<qsizetype>(offset));
-        rest = rest.sliced(static_cast<qsizetype>(offsetSize));
+        list.read(static_cast<qsizetype>(offset), content);
+        offsets = offsets.sliced(static_cast<qsizetype>(offsetSize));
     }
     return list;
 }
 
-/*! The bytes of an object's content, which must not reach into the table of offsets. */
-std::optional<QByteArrayView> BinaryPropertyList::bytes(qsizetype start, qsizetype count) const
+/*! Fills in what the object is that begins at a position of the list, unless it is broken. */
+void BinaryPropertyList::read(qsizetype position, Content &content) const
 {
-    if (count > m_objects.size() - start)
-        return std::nullopt;
-    return m_objects.sliced(start, count);
-}
-
-std::optional<BinaryPropertyList::Content> BinaryPropertyList::content(Object object) const
-{
-    if (object < 0 || object >= static_cast<Object>(m_offsets.size()))
-        return std::nullopt;
-    const qsizetype start = m_offsets[static_cast<size_t>(object)];
-    const auto first = static_cast<quint8>(m_objects[start]);
-    return Content{static_cast<quint8>(first >> 4), static_cast<quint8>(first & 0xf), start + 1};
-}
-
-/*! 0 for what does not consist of units. */
-qsizetype BinaryPropertyList::unitSize(quint8 kind) const
-{
-    switch (kind) {
-    case ASCIIStringKind:
-        return 1;
-    case UTF16StringKind:
-        return 2;
-    case ArrayKind:
-        return m_referenceSize;
-    case DictionaryKind:
-        return 2 * m_referenceSize;
-    default:
-        return 0;
+    const auto marker = static_cast<quint8>(m_objects[position]);
+    const auto kind = static_cast<quint8>(marker >> 4);
+    quint64 count = marker & 0xf;
+    qsizetype start = position + 1;
+    if (kind == SimpleKind) { // The byte itself says all.
+        count = 1;
+        start = position;
+    } else if (kind == IntegerKind) {
+        count = quint64(1) << count;
+    } else if (kind == UIDKind) {
+        ++count;
+    } else if (count == countFollows) { // as an integer
+        const int width = start < m_objects.size() ? static_cast<quint8>(m_objects[start]) - 0x10 : -1;
+        if (width < 0 || width > 3 || (1 << width) >= m_objects.size() - start)
+            return;
+        count = number(m_objects.sliced(start + 1, 1 << width));
+        start += 1 + (1 << width);
     }
-}
-
-/*! Nil where an object has no units, or they do not lie within the objects. */
-std::optional<BinaryPropertyList::Units> BinaryPropertyList::units(Object object) const
-{
-    const auto item = content(object);
-    const qsizetype size = item ? unitSize(item->kind) : 0;
-    if (size == 0)
-        return std::nullopt;
-    Units result{item->kind, item->low, item->start};
-    if (item->low == countFollows) { // as an integer
-        const int marker = item->start < m_objects.size() ? static_cast<quint8>(m_objects[item->start]) : 0;
-        if (marker < 0x10 || marker > 0x13)
-            return std::nullopt;
-        const qsizetype width = qsizetype(1) << (marker & 0xf);
-        const auto count = bytes(item->start + 1, width);
-        if (!count || number(*count) > static_cast<quint64>(m_objects.size()))
-            return std::nullopt;
-        result.count = static_cast<qsizetype>(number(*count));
-        result.start = item->start + 1 + width;
-    }
-    // No overflow: the count is at most the number of bytes, of which there are far less than 2^59.
-    return result.count * size <= m_objects.size() - result.start ? std::optional(result) : std::nullopt;
+    const auto room = static_cast<quint64>(m_objects.size() - start);
+    const quint64 size = m_unitSizes[kind];
+    if (size == 0 || count > room || count * size > room)
+        return;
+    content = {static_cast<quint32>(start), static_cast<quint32>(count), kind};
 }
 
 std::optional<qint64> BinaryPropertyList::integer(Object object) const
 {
-    const auto item = content(object);
-    if (!item || item->kind != IntegerKind || item->low > 4)
+    const Content &item = content(object);
+    if (item.kind != IntegerKind || item.count > 16)
         return std::nullopt;
-    const auto stored = bytes(item->start, qsizetype(1) << item->low);
-    if (!stored)
-        return std::nullopt;
-    const QByteArrayView low = stored->last(std::min<qsizetype>(stored->size(), 8));
+    const QByteArrayView stored = bytes(item);
+    const QByteArrayView low = stored.last(std::min<qsizetype>(stored.size(), 8));
     const auto value = static_cast<qint64>(number(low)); // 1, 2 and 4 bytes are unsigned, 8 are signed.
-    if (item->low == 4 && number(stored->first(8)) != (value < 0 ? ~quint64(0) : 0))
+    if (item.count == 16 && number(stored.first(8)) != (value < 0 ? ~quint64(0) : 0))
         return std::nullopt;
     return value;
 }
 
 std::optional<bool> BinaryPropertyList::boolean(Object object) const
 {
-    const auto item = content(object);
-    if (!item || item->kind != SimpleKind || (item->low != 8 && item->low != 9))
-        return std::nullopt;
-    return item->low == 9;
+    const Content &item = content(object);
+    const char byte = item.kind == SimpleKind ? bytes(item).front() : '\0';
+    return byte == 8 || byte == 9 ? std::optional(byte == 9) : std::nullopt;
 }
 
-std::optional<quint32> BinaryPropertyList::uid(Object object) const
+qint64 BinaryPropertyList::uid(Object object) const
 {
-    const auto item = content(object);
-    if (!item || item->kind != UIDKind || item->low > 7)
-        return std::nullopt;
-    const auto stored = bytes(item->start, item->low + 1);
-    if (!stored || number(*stored) > UINT32_MAX)
-        return std::nullopt;
-    return static_cast<quint32>(number(*stored));
+    const Content &item = content(object);
+    if (item.kind != UIDKind || item.count > 8)
+        return noUID;
+    const quint64 uid = number(bytes(item));
+    return uid <= UINT32_MAX ? static_cast<qint64>(uid) : noUID;
 }
 
-std::optional<QString> BinaryPropertyList::string(Object object) const
+std::optional<QString> BinaryPropertyList::string(const Content &item) const
 {
-    const auto characters = units(object);
-    if (!characters)
-        return std::nullopt;
-    const char *const first = m_objects.data() + characters->start;
-    if (characters->kind == UTF16StringKind) {
-        QString text(characters->count, Qt::Uninitialized);
-        qFromBigEndian<char16_t>(first, characters->count, text.data());
+    if (item.kind == UTF16StringKind) {
+        QString text(item.count, Qt::Uninitialized);
+        qFromBigEndian<char16_t>(m_objects.data() + item.start, item.count, text.data());
         return text;
     }
-    const QByteArrayView ascii(first, characters->count);
     const auto isASCII = [](char byte) { return static_cast<quint8>(byte) < 0x80; };
-    if (characters->kind != ASCIIStringKind || !std::ranges::all_of(ascii, isASCII))
+    if (item.kind != ASCIIStringKind || !std::ranges::all_of(bytes(item), isASCII))
         return std::nullopt;
-    return QString::fromLatin1(ascii);
+    return QString::fromLatin1(bytes(item));
 }
 
 bool BinaryPropertyList::isString(Object object, QLatin1StringView text) const
 {
-    if (object < 0 || object >= static_cast<Object>(m_offsets.size()))
+    const Content &item = content(object);
+    if (item.count != text.size()) // most keys of a dictionary that is searched
         return false;
-    const int low = m_objects[m_offsets[static_cast<size_t>(object)]] & 0xf;
-    if (low != countFollows && low != text.size()) // most keys of a dictionary that is searched
-        return false;
-    const auto characters = units(object);
-    if (!characters || characters->count != text.size())
-        return false;
-    if (characters->kind == UTF16StringKind)
-        return string(object) == text;
-    return characters->kind == ASCIIStringKind
-           && std::equal(text.begin(), text.end(), m_objects.begin() + characters->start);
+    if (item.kind == UTF16StringKind)
+        return string(item) == text;
+    return item.kind == ASCIIStringKind && std::ranges::equal(bytes(item), text);
 }
 
-BinaryPropertyList::Object BinaryPropertyList::reference(qsizetype start, qsizetype index) const
+/*! The object that a reference of an array or dictionary refers to. */
+BinaryPropertyList::Object BinaryPropertyList::reference(const Content &item, qsizetype index) const
 {
-    const char *const bytes = m_objects.data() + start + index * m_referenceSize;
-    quint64 object = 0;
-    for (qsizetype i = 0; i < m_referenceSize; ++i)
-        object = object << 8 | static_cast<quint8>(bytes[i]);
-    return object < m_offsets.size() ? static_cast<Object>(object) : danglingObject;
+    const quint64 object = number(m_objects.sliced(item.start + index * m_referenceSize, m_referenceSize));
+    return object < m_contents.size() ? static_cast<Object>(object) : danglingObject;
 }
 
 BinaryPropertyList::Object BinaryPropertyList::objectAtIndex(Object array, qsizetype index) const
 {
-    const auto items = units(array);
-    if (!items || items->kind != ArrayKind || index >= items->count)
-        return noObject;
-    return reference(items->start, index);
+    const Content &items = content(array);
+    return items.kind == ArrayKind && index < items.count ? reference(items, index) : noObject;
 }
 
-BinaryPropertyList::Object BinaryPropertyList::objectForKey(Object dictionary, QLatin1StringView key) const
+BinaryPropertyList::Object BinaryPropertyList::objectForKey(Object dictionary, QLatin1StringView key,
+                                                            qsizetype *next) const
 {
-    const auto entries = units(dictionary);
-    if (!entries || entries->kind != DictionaryKind)
+    const Content &entries = content(dictionary);
+    if (entries.kind != DictionaryKind)
         return noObject;
-    for (qsizetype i = 0; i < entries->count; ++i) {
-        if (isString(reference(entries->start, i), key))
-            return reference(entries->start, entries->count + i);
+    qsizetype entry = next ? *next : 0;
+    for (qsizetype i = 0; i < entries.count; ++i, ++entry) {
+        if (entry >= entries.count)
+            entry = 0;
+        if (!isString(reference(entries, entry), key))
+            continue;
+        if (next)
+            *next = entry + 1;
+        return reference(entries, entries.count + entry);
     }
     return noObject;
 }
 
 qsizetype BinaryPropertyList::byteCount(Object object) const
 {
-    const auto content = units(object);
-    return content ? content->count * unitSize(content->kind) : 0;
+    const Content &item = content(object);
+    return qsizetype(item.count) * m_unitSizes[item.kind];
 }
 
 } // namespace Marblewick

@@ -3,7 +3,9 @@
 #include <QGuiApplication>
 #include <QPalette>
 
+#include <optional>
 #include <unistd.h>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -14,7 +16,10 @@ namespace {
 
 constexpr char flagsVariable[] = "QTWEBENGINE_CHROMIUM_FLAGS";
 
-/*! Tells the engine, which reads the variable when it starts, that pages are to use their dark colours. */
+/*! Tells the engine, which reads the variable when it starts, that pages are to use their dark colours. It
+   takes that from nowhere else but the command line. No other thread should look for variables at that
+   moment; but neither should it in a light palette, as the engine's own start sets one.
+*/
 class DarkColors
 {
 public:
@@ -62,8 +67,9 @@ Marblewick::WebContent *marblewickCreateWebContent(Marblewick::WebContentClient 
         *reason = u"The web engine does not run as root unless QTWEBENGINE_DISABLE_SANDBOX is set"_s;
         return nullptr;
     }
+    static bool isStarted = false;
     std::optional<DarkColors> colors;
-    if (isPaletteDark())
+    if (!std::exchange(isStarted, true) && isPaletteDark())
         colors.emplace();
     return new Marblewick::WebEngineView(client);
 }

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 
 using namespace Marblewick;
@@ -295,6 +296,25 @@ TEST(NSKeyedUnarchiver, AddsADollarToAKeyThatBeginsWithOne)
     const auto note = unarchived(archive(bytes, "$$class"_L1, bytes.integer(5)));
     ASSERT_TRUE(note);
     EXPECT_EQ(note->dollar, 5);
+}
+
+TEST(NSKeyedUnarchiver, ReadsFieldsInWhateverOrderTheyAreStored)
+{
+    ArchiveBytes bytes;
+    const quint32 link = addURL(bytes, u"https://example.com/"_s);
+    const quint32 noteClass = bytes.addClass(u"Note"_s);
+    ArchiveBytes::Entries fields = {{u"$$class"_s, bytes.integer(7)},
+                                    {u"link"_s, bytes.uid(link)},
+                                    {u"number"_s, bytes.integer(-120)},
+                                    {u"title"_s, bytes.uid(bytes.add(bytes.string(u"A title"_s)))}};
+    do {
+        const auto note = unarchived(bytes.archive(bytes.addObject(noteClass, fields)));
+        ASSERT_TRUE(note);
+        EXPECT_EQ(note->title, u"A title"_s);
+        EXPECT_EQ(note->link, QUrl(u"https://example.com/"_s));
+        EXPECT_EQ(note->number, -120);
+        EXPECT_EQ(note->dollar, 7);
+    } while (std::ranges::next_permutation(fields).found);
 }
 
 TEST(NSKeyedUnarchiver, IgnoresKeysThatNobodyAsksFor)

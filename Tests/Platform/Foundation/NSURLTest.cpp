@@ -51,6 +51,13 @@ TEST(NSURL, RefusesEveryCharacterThatAURLCannotHold)
         const QString text = u"http://h/a"_s + c + u"b"_s;
         EXPECT_EQ(NSURL::URLWithString(text).has_value(), isLetterOrDigit || allowed.contains(c))
             << static_cast<uint>(c);
+        if (isLetterOrDigit || allowed.contains(c))
+            continue;
+        for (const auto &place :
+             {u"h%1t://h/"_s, u"http://u%1s:p@h/"_s, u"http://u:p%1s@h/"_s, u"http://h%1t/"_s,
+              u"http://h:8%1/"_s, u"http://h/?q%1r"_s, u"http://h/#f%1g"_s, u"a%1b"_s})
+            EXPECT_EQ(parsed(place.arg(QChar(c))), "nil")
+                << static_cast<uint>(c) << " in " << qPrintable(place);
     }
     for (const auto *text : {u"http://é.com/", u"http://h/\u3000", u"http://h/\U0001F600", u"http://h/\xd800",
                              u" http://h/", u"http://h/ ", u"http://h/\n"})
@@ -68,7 +75,8 @@ TEST(NSURL, RefusesSquareBracketsThatEncloseNoAddress)
     for (const auto &text :
          {u"http://[::1/"_s, u"http://::1]/"_s, u"http://[]/"_s, u"http://[zz]/"_s, u"http://[::1]x/"_s,
           u"http://[[::1]]/"_s, u"http://u[@h/"_s, u"http://h/[a]"_s, u"http://h/a["_s, u"http://h/?q[]=1"_s,
-          u"http://h/#]"_s, u"a[b"_s, u"//[::1]/["_s, u"a:b//[::1]"_s})
+          u"http://h/#]"_s, u"a[b"_s, u"//[::1]/["_s, u"a:b//[::1]"_s, u"a//b://[::1]"_s, u"?//[::1]"_s,
+          u"//h/a://[::1]"_s})
         EXPECT_EQ(parsed(text), "nil") << qPrintable(text);
 }
 
