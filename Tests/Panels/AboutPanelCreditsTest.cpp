@@ -84,7 +84,8 @@ protected:
     /*! The colour that is seen there. */
     QColor colorOf(int position) const
     {
-        return panel->creditsView()->viewport()->grab().toImage().pixelColor(placeOf(position));
+        const QImage picture = panel->creditsView()->viewport()->grab().toImage();
+        return picture.pixelColor(placeOf(position) * picture.devicePixelRatio());
     }
 
     const AboutPanelHost host;
