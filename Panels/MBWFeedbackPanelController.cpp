@@ -14,6 +14,8 @@
 #include <QShortcut>
 #include <QWindow>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 using namespace Marblewick;
 
@@ -21,6 +23,21 @@ namespace {
 
 constexpr double cornerRadius = 5;
 constexpr int fadeDuration = 250; // milliseconds
+
+/*! The host's active window, else one that is on the screen: at launch, or behind other applications, none is
+    active. Null where the host shows none.
+*/
+const QWidget *hostWindow(const QWidget *panel)
+{
+    if (const QWidget *const active = QApplication::activeWindow())
+        return active;
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    const auto found = std::ranges::find_if(windows, [panel](const QWidget *window) {
+        return window != panel && window->windowType() == Qt::Window && window->isVisible()
+               && !window->isMinimized();
+    });
+    return found == windows.end() ? nullptr : *found;
+}
 
 } // namespace
 
@@ -147,7 +164,7 @@ void MBWFeedbackPanelController::showWindow(QObject *sender)
 
 void MBWFeedbackPanelController::placeOverActiveWindow()
 {
-    const QWidget *const host = QApplication::activeWindow();
+    const QWidget *const host = hostWindow(m_panel);
     if (host == m_panel)
         return; // It is shown again by its own answer, and stays above the window that it was shown for.
     m_panel->winId(); // makes the window handle

@@ -87,7 +87,7 @@ public:
     void showWindowForApplicationName(const QString &applicationName);
 
     /*! Shows the panel, which fades in within a quarter of a second. The first time it is put in the middle
-       of the host's active window. The sender is not used.
+       of the host's active window, or of one that is shown where none is active. The sender is not used.
     */
     void showWindow(QObject *sender = nullptr) override;
 

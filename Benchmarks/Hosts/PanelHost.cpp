@@ -1,5 +1,6 @@
 // Shows a panel for the first time, and prints how many milliseconds that takes from the call to the picture
-// on the screen: panel-host empty|about|feedback|news|browser
+// on the screen: panel-host empty|about|feedback|news
+// Or to a picture with the text of a text browser in it: panel-host credits|browser
 
 #include <Marblewick/MBWAboutPanel.h>
 #include <Marblewick/MBWFeedbackPanelController.h>
@@ -21,11 +22,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/*! Ends the process once a window has been drawn. */
+/*! Ends the process once a window has been drawn, for texts with the text of its text browser. */
 class Stopwatch : public QObject
 {
 public:
-    Stopwatch()
+    explicit Stopwatch(bool isForText)
+        : m_isForText(isForText)
     {
         m_time.start();
         qApp->installEventFilter(this);
@@ -33,24 +35,31 @@ public:
 
     bool eventFilter(QObject *watched, QEvent *event) override
     {
-        const auto *const widget = qobject_cast<QWidget *>(watched);
-        if (event->type() == QEvent::Paint && widget && widget->isWindow() && !m_wasDrawn) {
-            m_wasDrawn = true;
-            QTimer::singleShot(0, this, &Stopwatch::stop); // when its parts are drawn, too
-        }
+        // When all parts of the window are drawn, but before anything else.
+        if (event->type() == QEvent::Paint && isAwaited(watched))
+            QCoreApplication::postEvent(this, new QEvent(QEvent::User), Qt::HighEventPriority);
         return QObject::eventFilter(watched, event);
     }
 
-private:
-    void stop()
+    bool event(QEvent *) override
     {
         std::printf("%f\n", static_cast<double>(m_time.nsecsElapsed()) / 1e6);
         std::fflush(stdout);
         std::_Exit(EXIT_SUCCESS);
     }
 
+private:
+    bool isAwaited(const QObject *painted) const
+    {
+        const auto *const widget = qobject_cast<const QWidget *>(painted);
+        if (!widget || !m_isForText)
+            return widget && widget->isWindow();
+        const auto *const browser = qobject_cast<const QTextBrowser *>(widget->parentWidget());
+        return browser && browser->viewport() == widget && browser->document()->pageSize().width() > 0;
+    }
+
     QElapsedTimer m_time;
-    bool m_wasDrawn = false;
+    const bool m_isForText;
 };
 
 /*! The credits in the toolkit's own form of rich text. */
@@ -77,7 +86,7 @@ void show(const QString &panel)
         return MBWNewsPanelController::sharedPanel()->showSubscribePanel();
     if (panel == u"feedback"_s)
         return MBWFeedbackPanelController::init().release()->showWindowForApplicationName(u"Cartographer"_s);
-    if (panel == u"about"_s)
+    if (panel == u"about"_s || panel == u"credits"_s)
         return MBWAboutPanel::sharedAboutPanel()->showWindow();
     (new QDialog)->show();
 }
@@ -94,7 +103,7 @@ int main(int argc, char **argv)
     const QString panel = QApplication::arguments().value(1);
     const QString html = panel == u"browser"_s ? creditsAsHTML() : QString();
     QTimer::singleShot(100, &window, [&] {
-        new Stopwatch;
+        new Stopwatch(panel == u"browser"_s || panel == u"credits"_s);
         html.isEmpty() ? show(panel) : showBrowser(html);
     });
     return QApplication::exec();

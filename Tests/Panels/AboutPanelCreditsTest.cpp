@@ -18,6 +18,7 @@
 
 #include <optional>
 #include <sys/stat.h>
+#include <vector>
 
 using namespace Marblewick;
 using namespace Qt::StringLiterals;
@@ -55,7 +56,7 @@ protected:
     QTextBrowser *show()
     {
         panel.emplace(host.bundle()).showWindow();
-        EXPECT_TRUE(QTest::qWaitForWindowExposed(panel->window()));
+        EXPECT_TRUE(waitForPictureWithCredits(*panel));
         return panel->creditsView();
     }
 
@@ -83,7 +84,8 @@ protected:
     /*! The colour that is seen there. */
     QColor colorOf(int position) const
     {
-        return panel->creditsView()->viewport()->grab().toImage().pixelColor(placeOf(position));
+        const QImage picture = panel->creditsView()->viewport()->grab().toImage();
+        return picture.pixelColor(placeOf(position) * picture.devicePixelRatio());
     }
 
     const AboutPanelHost host;
@@ -213,6 +215,57 @@ TEST_F(AboutPanelCredits, AreOnTheBackgroundOfTextWhichFollowsThePalette)
         return panel->creditsView()->viewport()->grab().toImage().pixelColor(3, 3)
                == QApplication::palette().color(QPalette::Base);
     }));
+}
+
+namespace {
+
+/*! Notes, at each picture of a view, whether the text was in it. */
+class Pictures : public QObject
+{
+public:
+    explicit Pictures(QTextBrowser *view)
+        : m_view(view)
+    {
+        view->viewport()->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            withText.push_back(m_view->document()->pageSize().width() > 0);
+        return QObject::eventFilter(watched, event);
+    }
+
+    std::vector<bool> withText;
+
+private:
+    const QTextBrowser *const m_view;
+};
+
+} // namespace
+
+TEST_F(AboutPanelCredits, AreInTheViewAtOnceAndDrawnRightAfterTheWindowsFirstPictureWhichNeedNotWaitForFonts)
+{
+    writeCredits(R"(\fs80\u9608 ?)");
+    panel.emplace(host.bundle()).window();
+    EXPECT_EQ(panel->creditsView()->toPlainText(), u"\u2588"_s);
+    const Pictures pictures(panel->creditsView());
+    panel->showWindow();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return pictures.withText.size() == 2; }));
+    EXPECT_EQ(pictures.withText, (std::vector<bool>{false, true}));
+    EXPECT_EQ(colorOf(0), QApplication::palette().color(QPalette::Text));
+}
+
+TEST_F(AboutPanelCredits, FitTheViewWhereTheWindowIsResizedBeforeTheirFirstPicture)
+{
+    writeCredits("Thanks to " + QByteArray("everybody ").repeated(100));
+    panel.emplace(host.bundle()).showWindow();
+    panel->window()->resize(700, 500);
+    ASSERT_TRUE(waitForPictureWithCredits(*panel));
+    const QTextBrowser *const view = panel->creditsView();
+    EXPECT_TRUE(
+        QTest::qWaitFor([&] { return view->document()->pageSize().width() == view->viewport()->width(); }));
+    EXPECT_GT(view->viewport()->width(), 600);
 }
 
 TEST_F(AboutPanelCredits, HaveLinksInThePalettesColorAndKeepTheirPlaceWhenItChanges)

@@ -2,7 +2,11 @@
 
 #include "Tests/Support/TemporaryHome.h"
 
+#include <Marblewick/MBWAboutPanel.h>
 #include <Marblewick/NSBundle.h>
+
+#include <QTest>
+#include <QTextBrowser>
 
 /*! A host in a temporary folder, with its information properties and resources. */
 class AboutPanelHost
@@ -31,4 +35,13 @@ private:
 inline QByteArray entry(const QByteArray &key, const QByteArray &value)
 {
     return "<key>" + key + "</key><string>" + value + "</string>";
+}
+
+/*! Waits until a panel that is shown is drawn with its credits, which follow its first picture. */
+inline bool waitForPictureWithCredits(MBWAboutPanel &panel)
+{
+    return QTest::qWaitForWindowExposed(panel.window()) && QTest::qWaitFor([&] {
+               const QTextBrowser *const view = panel.creditsView();
+               return view->isHidden() || view->document()->pageSize().width() > 0;
+           });
 }

@@ -49,7 +49,7 @@ protected:
                            + entry("CFBundleVersion", "345") + entry("NSHumanReadableCopyright", copyright)
                            + entry("MWWebSiteURL", "https://example.com/"));
         panel.emplace(host.bundle()).showWindow();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(panel->window()));
+        ASSERT_TRUE(waitForPictureWithCredits(*panel));
     }
 
     void expectThatNothingIsCutOffOrCovered()

@@ -257,14 +257,15 @@ TEST_F(AboutPanel, ShowsWhatIsSetWhileItIsShown)
     EXPECT_TRUE(panel->isMacAppStoreVersion());
 }
 
-TEST_F(AboutPanel, ShowsTheApplicationsIconAndNoneWhereThereIsNone)
+TEST_F(AboutPanel, ShowsTheApplicationsIconAsFineAsTheScreenAndNoneWhereThereIsNone)
 {
-    QPixmap red(64, 64);
+    QPixmap red(256, 256);
     red.fill(Qt::red);
     QGuiApplication::setWindowIcon(red);
     show();
     const QPixmap shown = part<QLabel>(u"iconLabel"_s)->pixmap();
     EXPECT_EQ(shown.size(), QSize(64, 64) * panel->window()->devicePixelRatio());
+    EXPECT_EQ(shown.deviceIndependentSize(), QSizeF(64, 64));
     EXPECT_EQ(shown.toImage().pixelColor(32, 32), QColor(Qt::red));
     QGuiApplication::setWindowIcon({});
     MBWAboutPanel other(host.bundle());

@@ -9,8 +9,10 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QPushButton>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
@@ -101,12 +103,16 @@ TEST_F(FeedbackPanel, BeforeItIsAskedForItHasNoNameAndPrintsItAsNull)
     EXPECT_EQ(controller->infoText()->text(), expectedText(u"(null)"_s));
 }
 
-TEST_F(FeedbackPanel, ItsBackgroundHasCornersRoundedAtFivePoints)
+TEST_F(FeedbackPanel, ItsBackgroundHasCornersRoundedAtFivePointsAsFineAsTheScreen)
 {
     show();
+    const double scale = panel()->devicePixelRatio();
     const QImage mask = controller->visualEffectView()->maskImage();
-    EXPECT_EQ(mask.size(), controller->visualEffectView()->size());
-    const auto alpha = [&mask](int x, int y) { return mask.pixelColor(x, y).alpha(); };
+    EXPECT_EQ(mask.size(), controller->visualEffectView()->size() * scale);
+    // The pixel at a place in points.
+    const auto alpha = [&](double x, double y) {
+        return mask.pixelColor((QPointF(x, y) * scale).toPoint()).alpha();
+    };
     for (const QPoint &corner : {QPoint(0, 0), QPoint(mask.width() - 1, 0), QPoint(0, mask.height() - 1),
                                  QPoint(mask.width() - 1, mask.height() - 1)})
         EXPECT_EQ(mask.pixelColor(corner).alpha(), 0);
@@ -123,7 +129,8 @@ TEST_F(FeedbackPanel, ItsCornersStayRoundWhereItsSizeChanges)
     show();
     panel()->resize(700, 300);
     EXPECT_TRUE(QTest::qWaitFor([this] { return controller->visualEffectView()->width() == 700; }));
-    EXPECT_EQ(controller->visualEffectView()->maskImage().size(), QSize(700, 300));
+    EXPECT_EQ(controller->visualEffectView()->maskImage().size(),
+              QSize(700, 300) * panel()->devicePixelRatio());
 }
 
 TEST_F(FeedbackPanel, ItsCornersAreSeenThrough)
@@ -256,6 +263,37 @@ TEST_F(FeedbackPanel, IsPutInTheMiddleOfTheActiveWindowAndStaysAboveIt)
     const QPoint away = panel()->frameGeometry().center() - host.frameGeometry().center();
     EXPECT_LE(away.manhattanLength(), 2);
     EXPECT_EQ(panel()->windowHandle()->transientParent(), host.windowHandle());
+}
+
+TEST_F(FeedbackPanel, StaysAboveAWindowThatIsShownWhereNoneIsActiveAsAtLaunch)
+{
+    QWidget minimized;
+    minimized.showMinimized();
+    QWidget host;
+    host.setGeometry(100, 120, 600, 400);
+    host.show();
+    ASSERT_EQ(QApplication::activeWindow(), nullptr);
+    controller->showWindowForApplicationName(u"Cartographer"_s);
+    EXPECT_EQ(panel()->windowHandle()->transientParent(), host.windowHandle());
+}
+
+TEST_F(FeedbackPanel, StaysAboveNoWindowWhereTheHostShowsNone)
+{
+    controller->showWindowForApplicationName(u"Cartographer"_s);
+    EXPECT_TRUE(panel()->isVisible());
+    EXPECT_EQ(panel()->windowHandle()->transientParent(), nullptr);
+    const QPoint away = panel()->frameGeometry().center() - panel()->screen()->availableGeometry().center();
+    EXPECT_LE(away.manhattanLength(), 2);
+}
+
+TEST_F(FeedbackPanel, FadesInOverAQuarterOfASecond)
+{
+    QElapsedTimer time;
+    time.start();
+    controller->showWindowForApplicationName(u"Cartographer"_s);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return isOpaque(); }));
+    EXPECT_GE(time.elapsed(), 245); // The clock of animations counts whole milliseconds.
+    EXPECT_LT(time.elapsed(), 1500); // A busy machine may be late.
 }
 
 TEST_F(FeedbackPanel, StaysWhereTheUserMovedItWhenItIsShownAgain)

@@ -57,8 +57,12 @@ std::optional<int> codePageOfCharacterSet(int characterSet)
 
 QString decode(QByteArrayView bytes, int codePage)
 {
-    const bool isASCII = std::ranges::all_of(bytes, [](char c) { return static_cast<uchar>(c) < 0x80; });
-    if (!isASCII) {
+    // A decoder takes longer to be found than the credits to be read; most need none.
+    const bool isLatin1 = std::ranges::all_of(bytes, [codePage](char c) {
+        const auto byte = static_cast<uchar>(c);
+        return byte < 0x80 || (codePage == windowsLatin1 && byte >= 0xa0);
+    });
+    if (!isLatin1) {
         QStringDecoder decoder(nameOfCodePage(codePage).constData());
         if (decoder.isValid())
             return decoder.decode(bytes);

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QStringDecoder>
+
 using namespace Marblewick;
 using namespace Qt::StringLiterals;
 
@@ -130,6 +132,15 @@ TEST(RichText, ReadsCharactersOfSeveralBytes)
 TEST(RichText, ReadsASecondByteThatIsWrittenAsALetter)
 {
     EXPECT_EQ(stringInCodePage(932, R"(\'83A\'83C)"), u"アイ"_s);
+}
+
+TEST(RichText, ReadsTheBytesFromA0OnOfTheWesternCodePageAsADecoderForItDoes)
+{
+    for (int byte = 0xa0; byte <= 0xff; ++byte) {
+        QStringDecoder decoder("windows-1252");
+        const QString expected = decoder.decode(QByteArray(1, static_cast<char>(byte)));
+        EXPECT_EQ(stringInCodePage(1252, "\\'" + QByteArray::number(byte, 16)), expected) << byte;
+    }
 }
 
 TEST(RichText, ReadsBytesThatAreNotEscapedInTheCodePage)
