@@ -39,9 +39,9 @@ public:
    answers yes or there is none, the addresses follow as a second line. Then the process ends as it would
    have.
 
-    A delegate that throws counts as one that answers yes. One that takes more than 10 seconds, as one that
-    crashes, ends the process; the line is there by then. Of two threads that throw at once, both are logged.
-    Only a what() that crashes or does not return leaves no line; one that throws leaves the type.
+    A delegate that throws counts as one that answers yes. One that crashes ends the process, as one that
+   takes more than 10 seconds, by SIGABRT then; the line is there. Of two threads that throw at once, both are
+   logged. Only a what() that crashes or does not return leaves no line; one that throws leaves the type.
 */
 class MARBLEWICK_CORE_EXPORT NSExceptionHandler
 {
@@ -52,9 +52,9 @@ public:
     NSExceptionHandler(const NSExceptionHandler &) = delete;
     NSExceptionHandler &operator=(const NSExceptionHandler &) = delete;
 
-    /*! Which exceptions are logged: at first 0, none. With NSLogUncaughtExceptionMask set the handler takes
-       its place in front of the terminate handler (std::set_terminate()) of that moment, which goes on after
-       it. Main thread.
+    /*! Which exceptions are logged: at first 0, none. Each time it is set, the handler takes its place in
+       front of the terminate handler (std::set_terminate()) of that moment, which goes on after it. Main
+       thread.
     */
     quint64 exceptionHandlingMask() const;
     void setExceptionHandlingMask(quint64 mask);

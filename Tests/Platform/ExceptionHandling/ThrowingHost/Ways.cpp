@@ -2,16 +2,15 @@
 
 #include <Marblewick/NSException.h>
 
+#include "Tests/Support/Host.h"
+
 #include <QCoreApplication>
 #include <QEvent>
-#include <QThread>
 #include <QThreadPool>
 #include <QTimer>
 
-#include <barrier>
 #include <functional>
 #include <map>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -108,6 +107,13 @@ void handToAnotherThread()
     std::thread([&] { std::rethrow_exception(exception); }).join();
 }
 
+/*! One that no throw has made, most likely where one was that is gone. */
+void rethrowWhatWasNeverThrown()
+{
+    caughtException();
+    std::rethrow_exception(std::make_exception_ptr(std::runtime_error("never thrown")));
+}
+
 void throwFromDestructorWhileUnwinding()
 {
     struct Thrower
@@ -119,15 +125,6 @@ void throwFromDestructorWhileUnwinding()
         throw Storm();
     } catch (const Storm &) { // Now the stack is unwound.
     }
-}
-
-void inThread(const std::function<void()> &function) { std::thread(function).join(); }
-
-void inQThread(const std::function<void()> &function)
-{
-    const std::unique_ptr<QThread> thread(QThread::create(function));
-    thread->start();
-    thread->wait();
 }
 
 void inThreadPool(const std::function<void()> &function)
@@ -159,17 +156,6 @@ void inEventHandler()
     QCoreApplication::exec();
 }
 
-void inTwoThreads()
-{
-    std::barrier start(2);
-    std::thread other([&] {
-        start.arrive_and_wait();
-        raiseStorm();
-    });
-    start.arrive_and_wait();
-    openMap();
-}
-
 [[gnu::noinline]] void descend(int depth)
 {
     const Guest guest;
@@ -182,6 +168,7 @@ void inTwoThreads()
 const std::map<QString, std::function<void()>> &ways()
 {
     using Marblewick::NSException;
+    using namespace Host;
     static const std::map<QString, std::function<void()>> all{
         {u"main"_s, openMap},
         {u"caught"_s, [] { caughtException(); }},
@@ -208,8 +195,9 @@ const std::map<QString, std::function<void()>> &ways()
         {u"noexcept past destructor"_s, openMapNoexceptPastDestructor},
         {u"thrown on"_s, catchAndThrowOn},
         {u"other thread"_s, handToAnotherThread},
+        {u"never thrown"_s, rethrowWhatWasNeverThrown},
         {u"destructor"_s, throwFromDestructorWhileUnwinding},
-        {u"two threads"_s, inTwoThreads},
+        {u"two threads"_s, [] { inTwoThreads(openMap, raiseStorm); }},
         {u"deep"_s, [] { descend(1000); }},
         {u"terminate"_s, [] { std::terminate(); }},
     };
