@@ -66,8 +66,8 @@ public:
     /*! Whether the stack of each throw is kept, caught or not, so that it is known, too, where it was unwound
         before the exception ended the process: after `throw;`, in a QThread or a QThreadPool, and out of
        `noexcept` functions past destructors. At first false: then such exceptions come with the stack of
-       their end. A throw takes 1.4 times (caught 30 frames further out) to 3 times (caught at once) as long.
-       It has no effect in a process that loads Core as part of a plugin. Any thread.
+       their end. A throw takes 1.6 times (caught 30 frames further out) to 3 times (caught at once) as long.
+       In a process that loads Core as part of a plugin it may stay false, or have no effect. Any thread.
     */
     bool recordsThrows() const;
     void setRecordsThrows(bool recordsThrows);
