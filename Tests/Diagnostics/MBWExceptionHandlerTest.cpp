@@ -16,6 +16,7 @@
 
 #include <csignal>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
@@ -243,6 +244,23 @@ TEST_F(ExceptionHandler, MoreAddressesThanTheShellTakesAreWrittenWithoutTheSymbo
     writeSymbolizer("echo symbol");
     EXPECT_FALSE(shouldLog(u"0x7ffff7dd5001 "_s.repeated(10'000)));
     EXPECT_TRUE(isFallback(10'000)) << qPrintable(written.first(200));
+}
+
+TEST_F(ExceptionHandler, WhereTheSystemRefusesAPipeTheAddressesAreWrittenAsItKnowsThem)
+{
+    writeSymbolizer("echo symbol");
+    const CapturedStandardError standardError;
+    MBWExceptionHandler handler(symbolizer);
+    rlimit original = {};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &original), 0);
+    const rlimit noMoreFiles{.rlim_cur = STDERR_FILENO + 1, .rlim_max = original.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &noMoreFiles), 0);
+    const bool result = handler.exceptionHandlerShouldLogException(nullptr,
+                                                                   exceptionWithStackTrace(u"0x1000"_s), 1);
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &original), 0);
+    EXPECT_FALSE(result);
+    written = standardError.text();
+    EXPECT_TRUE(isFallback(1)) << qPrintable(written);
 }
 
 TEST_F(ExceptionHandler, WhatAHungSymbolizerPrintedStands)

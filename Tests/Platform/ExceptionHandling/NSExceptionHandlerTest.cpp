@@ -226,6 +226,14 @@ TEST(NSExceptionHandler, OfTwoThreadsThatThrowAtOnceBothAreEndedWhereTheDelegate
     EXPECT_THAT(host.milliseconds, AllOf(Ge(10'000), Lt(15'000)));
 }
 
+TEST(NSExceptionHandler, AThreadThatThrowsWhileAnothersTextNeverComesIsLogged)
+{
+    const auto host = runThrowingHost({u"mask"_s, u"throw:beside an endless text"_s});
+    EXPECT_EQ(host.signal, SIGABRT);
+    EXPECT_EQ(host.log.count(uncaught), 1);
+    EXPECT_THAT(host.milliseconds, AllOf(Ge(10'000), Lt(15'000)));
+}
+
 TEST(NSExceptionHandler, TheTerminateHandlerThatWasThereBeforeGoesOnAfterIt)
 {
     const auto host = runThrowingHost({u"terminate-handler"_s, u"mask"_s, u"throw:main"_s});
@@ -280,6 +288,14 @@ TEST(NSExceptionHandler, ATerminateHandlerThatTheHostSetsAfterwardsHasTheExcepti
     const auto host = runThrowingHost({u"mask"_s, u"terminate-handler"_s, u"throw:main"_s});
     EXPECT_EQ(host.exitStatus, 7);
     EXPECT_EQ(host.log, QStringList());
+}
+
+TEST(NSExceptionHandler, ATerminateHandlerThatTheHostSetsAfterwardsCanHandTheExceptionOn)
+{
+    const auto host = runThrowingHost({u"mask"_s, u"chaining-terminate-handler"_s, u"throw:main"_s});
+    EXPECT_EQ(host.signal, SIGABRT);
+    EXPECT_EQ(host.output, u"the host's chaining terminate handler\n"_s);
+    EXPECT_EQ(host.log.value(0), uncaught);
 }
 
 TEST(NSExceptionHandler, OfADeepStackTheInnermost128FramesAreKept)

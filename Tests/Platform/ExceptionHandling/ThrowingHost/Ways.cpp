@@ -9,6 +9,7 @@
 #include <QThreadPool>
 #include <QTimer>
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <stdexcept>
@@ -48,10 +49,14 @@ struct CrashingText : std::exception
     }
 };
 
+constinit std::atomic<bool> endlessTextIsAsked = false;
+
 struct EndlessText : std::exception
 {
     const char *what() const noexcept override
     {
+        endlessTextIsAsked = true;
+        endlessTextIsAsked.notify_all();
         for (;;)
             ::pause();
     }
@@ -113,6 +118,13 @@ void rethrowWhatWasNeverThrown()
 {
     caughtException();
     std::rethrow_exception(std::make_exception_ptr(std::runtime_error("never thrown")));
+}
+
+void throwBesideEndlessText()
+{
+    std::thread([] { throw EndlessText(); }).detach();
+    endlessTextIsAsked.wait(false);
+    openMap();
 }
 
 void throwFromDestructorWhileUnwinding()
@@ -199,6 +211,7 @@ const std::map<QString, std::function<void()>> &ways()
         {u"never thrown"_s, rethrowWhatWasNeverThrown},
         {u"destructor"_s, throwFromDestructorWhileUnwinding},
         {u"two threads"_s, [] { inTwoThreads(openMap, raiseStorm); }},
+        {u"beside an endless text"_s, throwBesideEndlessText},
         {u"deep"_s, [] { descend(1000); }},
         {u"terminate"_s, [] { std::terminate(); }},
     };
