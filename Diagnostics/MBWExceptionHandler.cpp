@@ -1,5 +1,6 @@
 #include "Diagnostics/MBWExceptionHandler.h"
 
+#include "Diagnostics/ShellPipe.h"
 #include "Platform/Foundation/NSFileManager.h"
 #include "Platform/Foundation/NSLog.h"
 #include "Platform/Foundation/NSScanner.h"
@@ -8,10 +9,8 @@
 #include <QRegularExpression>
 
 #include <array>
-#include <cerrno>
-#include <cstdio>
+#include <chrono>
 #include <execinfo.h>
-#include <memory>
 #include <span>
 #include <unistd.h>
 #include <vector>
@@ -34,14 +33,15 @@ QByteArray quotedForShell(QByteArray word) { return '\'' + word.replace('\'', "'
 /*! The shell command that names the addresses, each a line with a number.
 
     A return address is that of the instruction after the call, which may belong to another line or even
-   another function: the place of the call is one byte before. The time limit is on the symbolizer alone, so
-   that the programs behind it write what they have got. The symbolizer shall not ask servers for debugging
-   information. It prints no head; the two empty lines stand for the one that is dropped.
+   another function: the place of the call is one byte before. The symbolizer shall not ask servers for
+   debugging information. What it complains of belongs to its output, so that the limits on that hold for it,
+   too. It prints no head; the two empty lines stand for the one that is dropped. Nothing waits in a buffer
+   for the end, which may be a violent one. Names that cannot be demangled are better than none.
 */
 QByteArray pipeline(const QByteArray &symbolizer, const QByteArray &addresses)
 {
     return "{ echo; echo;"
-           " DEBUGINFOD_URLS= timeout -k 1 5 "
+           " DEBUGINFOD_URLS= "
            + quotedForShell(symbolizer) + " -p " + QByteArray::number(::getpid())
            + " -f --pretty-print"
              " $(for address in "
@@ -49,32 +49,29 @@ QByteArray pipeline(const QByteArray &symbolizer, const QByteArray &addresses)
            + "; do"
              " address=${address#0[xX]};"
              " printf '0x%x ' $((0x$address - 1));"
-             " done);"
-             " } | tail -n +3 | c++filt | cat -n";
+             " done) 2>&1;"
+             " } | stdbuf -o0 tail -n +3 | { c++filt || cat; } | cat -n";
 }
 
-/*! The next bytes, as many as fit; 0 at the end. */
-std::size_t readChunk(std::FILE *pipe, std::span<char> chunk)
-{
-    for (;;) {
-        const std::size_t count = std::fread(chunk.data(), 1, chunk.size(), pipe);
-        if (count > 0 || !std::ferror(pipe) || errno != EINTR)
-            return count;
-        std::clearerr(pipe);
-    }
-}
+constexpr std::chrono::seconds timeLimit(5);
+constexpr std::size_t sizeLimit = 4 * 1024 * 1024; // bytes
 
 /*! False where the shell cannot be run. */
 bool writeSymbols(const QString &symbolizer, const QString &addresses)
 {
     const QByteArray command = pipeline(NSFileManager::fileSystemRepresentationWithPath(symbolizer),
                                         addresses.toLatin1());
-    const std::unique_ptr<std::FILE, decltype(&::pclose)> pipe(::popen(command.constData(), "r"), &::pclose);
-    if (!pipe)
+    ShellPipe pipe(command, QDeadlineTimer(timeLimit));
+    if (!pipe.isOpen())
         return false;
     std::array<char, 512> chunk;
-    while (const std::size_t count = readChunk(pipe.get(), chunk))
+    for (std::size_t size = 0; size < sizeLimit;) {
+        const std::size_t count = pipe.read(chunk);
+        if (count == 0)
+            break;
         writeToStandardError(QByteArrayView(chunk.data(), static_cast<qsizetype>(count)));
+        size += count;
+    }
     return true;
 }
 

@@ -29,10 +29,11 @@ public:
         where it has done so; true, with nothing written, where there is no stack or no address in it. The
        sender and the mask do not matter.
 
-        It runs the symbolizer on this process, and waits until that has ended, but not longer than 5 seconds:
-       then what it printed stands. Where there is none, it cannot be started, or the string holds anything
-       but hexadecimal addresses (with or without `0x`) and blanks, `printing backtrace` and the symbols that
-       are known without debugging information are written instead, for the low 32 bits of each address.
+        It runs the symbolizer on this process, and waits until that and the programs behind it have ended,
+       but not longer than 5 seconds and not for more than 4 MiB: then they are ended, and what they printed
+       stands. Where there is no symbolizer, it cannot be started, or the string holds anything but
+       hexadecimal addresses (with or without `0x`) and blanks, `printing backtrace` and the symbols that are
+       known without debugging information are written instead, for the low 32 bits of each address.
 
         True, with a line in the process log, where an exception was thrown meanwhile. Any thread, also
        several at once; then their lines may mix.

@@ -39,9 +39,9 @@ public:
    answers yes or there is none, the addresses follow as a second line. Then the process ends as it would
    have.
 
-    A delegate that throws counts as one that answers yes. One that takes more than 10 seconds, as one that
-    crashes, ends the process; the line is there by then. Of two threads that throw at once, both are logged.
-    Only a what() that crashes or does not return leaves no line; one that throws leaves the type.
+    A delegate that throws counts as one that answers yes. One that crashes ends the process, as one that
+   takes more than 10 seconds, by SIGABRT then; the line is there. Of two threads that throw at once, both are
+   logged. Only a what() that crashes or does not return leaves no line; one that throws leaves the type.
 */
 class MARBLEWICK_CORE_EXPORT NSExceptionHandler
 {
@@ -52,9 +52,9 @@ public:
     NSExceptionHandler(const NSExceptionHandler &) = delete;
     NSExceptionHandler &operator=(const NSExceptionHandler &) = delete;
 
-    /*! Which exceptions are logged: at first 0, none. With NSLogUncaughtExceptionMask set the handler takes
-       its place in front of the terminate handler (std::set_terminate()) of that moment, which goes on after
-       it. Main thread.
+    /*! Which exceptions are logged: at first 0, none. Each time it is set, the handler takes its place in
+       front of the terminate handler (std::set_terminate()) of that moment, which goes on after it. Main
+       thread.
     */
     quint64 exceptionHandlingMask() const;
     void setExceptionHandlingMask(quint64 mask);
@@ -66,8 +66,8 @@ public:
     /*! Whether the stack of each throw is kept, caught or not, so that it is known, too, where it was unwound
         before the exception ended the process: after `throw;`, in a QThread or a QThreadPool, and out of
        `noexcept` functions past destructors. At first false: then such exceptions come with the stack of
-       their end. A throw takes 1.4 times (caught 30 frames further out) to 3 times (caught at once) as long.
-       It has no effect in a process that loads Core as part of a plugin. Any thread.
+       their end. A throw takes 1.6 times (caught 30 frames further out) to 3 times (caught at once) as long.
+       In a process that loads Core as part of a plugin it may stay false, or have no effect. Any thread.
     */
     bool recordsThrows() const;
     void setRecordsThrows(bool recordsThrows);

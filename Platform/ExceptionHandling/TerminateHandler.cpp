@@ -1,11 +1,12 @@
 #include "Platform/ExceptionHandling/TerminateHandler.h"
 
+#include "Platform/ExceptionHandling/TimeLimit.h"
 #include "Platform/Foundation/Atomic.h"
 
+#include <QList>
+
 #include <atomic>
-#include <csignal>
 #include <cstdlib>
-#include <ctime>
 #include <optional>
 #include <unistd.h>
 #include <utility>
@@ -15,8 +16,6 @@ namespace Marblewick {
 namespace {
 
 using Steps = std::span<const TerminationStep>;
-
-constexpr time_t timeLimit = 10; // seconds
 
 /*! Never destroyed: there may be an exception to the very end. */
 Atomic<Steps> &recordingSteps()
@@ -31,7 +30,29 @@ Atomic<Steps> &reportingSteps()
     return *steps;
 }
 
-constinit std::atomic<std::terminate_handler> formerHandler = nullptr;
+/*! Those that were current when ours took their place, the latest last: it goes on first, and comes back here
+    where it calls the one that it replaced itself.
+*/
+Atomic<QList<std::terminate_handler>> &formerHandlers()
+{
+    static auto *const handlers = new Atomic<QList<std::terminate_handler>>;
+    return *handlers;
+}
+
+void removeFormerHandler(std::terminate_handler handler)
+{
+    QList<std::terminate_handler> handlers = formerHandlers().load();
+    handlers.removeAll(handler);
+    formerHandlers().store(handlers);
+}
+
+std::terminate_handler takeFormerHandler()
+{
+    QList<std::terminate_handler> handlers = formerHandlers().load();
+    const std::terminate_handler handler = handlers.isEmpty() ? &std::abort : handlers.takeLast();
+    formerHandlers().store(handlers);
+    return handler;
+}
 
 constinit std::atomic<bool> hasFirst = false;
 /*! How many threads take their steps. */
@@ -44,33 +65,12 @@ struct Ending
     const bool isFirst = !hasFirst.exchange(true);
     Steps recording = isFirst && termination.exception ? recordingSteps().load() : Steps();
     Steps reporting = termination.exception ? reportingSteps().load() : Steps();
+    std::optional<TimeLimit> timeLimit = std::nullopt;
 };
 
 /*! Null before, and after all steps. It outlives the thread, whose own variables may be destroyed already. */
 constinit thread_local Ending *ending = nullptr;
 constinit thread_local bool hasBegun = false;
-
-/*! A SIGABRT for this thread when the time is over. By a timer of the system's, because another thread would
-   be one more that has to be started, and that crash logs show.
-*/
-std::optional<timer_t> startTimeLimit()
-{
-    sigset_t abortSignal;
-    ::sigemptyset(&abortSignal);
-    ::sigaddset(&abortSignal, SIGABRT);
-    ::pthread_sigmask(SIG_UNBLOCK, &abortSignal, nullptr);
-
-    sigevent event = {};
-    event.sigev_notify = SIGEV_THREAD_ID;
-    event.sigev_signo = SIGABRT;
-    event._sigev_un._tid = ::gettid();
-    timer_t timer = nullptr;
-    constexpr itimerspec time = {.it_interval = {}, .it_value = {.tv_sec = timeLimit, .tv_nsec = 0}};
-    if (::timer_create(CLOCK_MONOTONIC, &event, &timer) != 0)
-        return std::nullopt;
-    ::timer_settime(timer, 0, &time, nullptr);
-    return timer;
-}
 
 /*! A step that throws ends here, too, and comes back through terminate(): then those behind it follow. */
 void take(Steps &steps, const Termination &termination) noexcept
@@ -94,41 +94,39 @@ void takeSteps()
     take(ending->reporting, ending->termination);
     --busyThreads;
     busyThreads.notify_all();
-    if (!std::exchange(ending, nullptr)->isFirst)
+    Ending *const done = std::exchange(ending, nullptr);
+    if (!done->isFirst)
         waitForTheEnd(); // The first thread ends the process.
     while (const int count = busyThreads)
         busyThreads.wait(count);
+    done->timeLimit.reset();
 }
 
 [[noreturn]] void terminate()
 {
-    static constinit std::optional<timer_t> timer;
     if (!std::exchange(hasBegun, true)) {
         ++busyThreads;
         ending = new Ending{
             .termination = {std::current_exception(), StackTrace(__builtin_return_address(0))}};
         if (ending->isFirst)
-            timer = startTimeLimit();
-        if (!ending->reporting.empty() && formerHandler == &__gnu_cxx::__verbose_terminate_handler)
-            formerHandler = nullptr; // It would print the exception once more, and unescaped.
+            ending->timeLimit.emplace();
+        if (!ending->reporting.empty()) // It would print the exception once more, and unescaped.
+            removeFormerHandler(&__gnu_cxx::__verbose_terminate_handler);
     }
-    if (ending) {
+    if (ending)
         takeSteps();
-        if (timer)
-            ::timer_delete(*timer);
-    }
-    if (const std::terminate_handler former = formerHandler.exchange(nullptr))
-        former();
+    takeFormerHandler()();
     std::abort();
 }
 
-void installOnce()
+/*! In front of what the host has installed, also since the last time. */
+void install()
 {
-    static const bool isInstalled = [] {
-        formerHandler = std::set_terminate(&terminate);
-        return true;
-    }();
-    static_cast<void>(isInstalled);
+    const std::terminate_handler current = std::set_terminate(&terminate);
+    if (current == &terminate)
+        return;
+    removeFormerHandler(current); // Once is enough, however often the host installs it.
+    formerHandlers().store(formerHandlers().load() << current);
 }
 
 } // namespace
@@ -136,13 +134,13 @@ void installOnce()
 void setRecordingSteps(std::span<const TerminationStep> steps)
 {
     recordingSteps().store(steps);
-    installOnce();
+    install();
 }
 
 void setReportingSteps(std::span<const TerminationStep> steps)
 {
     reportingSteps().store(steps);
-    installOnce();
+    install();
 }
 
 } // namespace Marblewick

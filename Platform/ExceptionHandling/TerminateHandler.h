@@ -22,10 +22,11 @@ using TerminationStep = void (*)(const Termination &termination);
     none where the span is empty. What it spans must stay.
 
     A step that throws, or ends in std::terminate() again, is given up for the next one. All steps together
-    have 10 seconds; then a SIGABRT ends the thread that takes them. Where several threads end at once, each
-    takes the reporting steps, only the first one the recording steps, and the process ends when all are done.
+    have 10 seconds; then a SIGABRT ends the process. Where several threads end at once, each takes the
+    reporting steps, only the first one the recording steps, and the process ends when all are done.
 
-    After the steps the terminate handler goes on that was there when the first steps were set. Main thread.
+    Each call puts these steps in front of the terminate handler that is current, which goes on after them.
+    Main thread.
 */
 void setRecordingSteps(std::span<const TerminationStep> steps);
 /*! The same for steps that follow the recording ones, whichever were set first. Where there are some, the

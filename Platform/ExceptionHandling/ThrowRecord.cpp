@@ -13,8 +13,8 @@ namespace {
 /*! The place of one throw in the record; whoever finds it busy goes on without it. */
 struct Place
 {
-    std::atomic_flag isBusy;
-    const void *exception = nullptr;
+    std::atomic_flag isBusy; ///< while the stack is written or read
+    std::atomic<const void *> exception = nullptr; ///< null where there is none
     StackTrace stack;
 };
 
@@ -37,15 +37,54 @@ void record(const void *exception, const void *returnAddress)
     Place &place = placeOf(exception);
     if (place.isBusy.test_and_set(std::memory_order_acquire))
         return;
-    place.exception = exception;
+    place.exception = nullptr;
     place.stack = stack;
+    place.exception = exception;
     place.isBusy.clear(std::memory_order_release);
 }
 
-/*! The runtime's function, or a sanitizer's that stands between. */
+/*! Not kept from it by a busy place: another exception may get the address as soon as this one is gone. */
+void forget(const void *exception)
+{
+    const void *recorded = exception;
+    placeOf(exception).exception.compare_exchange_strong(recorded, nullptr);
+}
+
+bool isRecorded(const void *exception) { return placeOf(exception).exception == exception; }
+
+const void *objectOf(const std::exception_ptr &exception)
+{
+    const void *object = nullptr; // It is all that the pointer has.
+    static_assert(sizeof exception == sizeof object);
+    std::memcpy(&object, static_cast<const void *>(&exception), sizeof object);
+    return object;
+}
+
+/*! Whether an exception's record ends with it. Where the process has loaded this library as part of a plugin,
+   it may see only the throws; a record would then be taken for that of a later exception at the same address.
+*/
+bool forgetsWhatIsGone()
+{
+    const void *object = nullptr;
+    try {
+        throw 0;
+    } catch (int) {
+        object = objectOf(std::current_exception());
+    }
+    return !isRecorded(object);
+}
+
+/*! The runtime's functions, or a sanitizer's that stand between. */
 auto nextThrow()
 {
     static const auto next = reinterpret_cast<decltype(&abi::__cxa_throw)>(::dlsym(RTLD_NEXT, "__cxa_throw"));
+    return next;
+}
+
+auto nextFree()
+{
+    static const auto next = reinterpret_cast<decltype(&abi::__cxa_free_exception)>(
+        ::dlsym(RTLD_NEXT, "__cxa_free_exception"));
     return next;
 }
 
@@ -53,18 +92,16 @@ auto nextThrow()
 
 void ThrowRecord::setEnabled(bool isEnabled)
 {
-    if (isEnabled)
-        const StackTrace first(nullptr); // The first one loads what unwinding takes.
     enabled = isEnabled;
+    if (isEnabled) // The first record also loads what unwinding takes.
+        enabled = forgetsWhatIsGone();
 }
 
 bool ThrowRecord::isEnabled() { return enabled; }
 
 StackTrace ThrowRecord::stackOfThrow(const std::exception_ptr &exception)
 {
-    const void *object = nullptr; // It is all that the pointer has.
-    static_assert(sizeof exception == sizeof object);
-    std::memcpy(&object, static_cast<const void *>(&exception), sizeof object);
+    const void *const object = objectOf(exception);
     Place &place = placeOf(object);
     if (place.isBusy.test_and_set(std::memory_order_acquire))
         return {};
@@ -81,4 +118,10 @@ void abi::__cxa_throw(void *exception, std::type_info *type, void (*destructor)(
         Marblewick::record(exception, __builtin_return_address(0));
     Marblewick::nextThrow()(exception, type, destructor);
     std::abort(); // It does not return, which its pointer does not tell.
+}
+
+void abi::__cxa_free_exception(void *exception) noexcept
+{
+    Marblewick::forget(exception);
+    Marblewick::nextFree()(exception);
 }

@@ -2,6 +2,8 @@
 #include <Marblewick/NSFileManager.h>
 #include <Marblewick/NSLog.h>
 
+#include "Tests/Support/Host.h"
+
 #include <QCoreApplication>
 #include <QDebug>
 #include <QLocale>
@@ -10,9 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
-#include <functional>
 #include <iostream>
-#include <map>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -86,8 +86,7 @@ void crash()
     *static_cast<volatile char *>(guarded) = 1;
 }
 
-/*! What a host may do, by name; a step `name:text` hands it the text. */
-const std::map<QString, std::function<void(const QString &text)>> steps{
+const Host::Steps steps{
     {u"redirect"_s, [](const QString &) { redirect(); }},
     {u"redirect-to"_s, redirectTo},
     {u"redirect-to-bytes"_s,
@@ -128,12 +127,5 @@ int main(int argc, char **argv)
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(u"App"_s);
     std::setvbuf(stdout, nullptr, _IONBF, 0); // What ends the process at once shall not end what it said.
-    for (const QString &argument : application.arguments().sliced(1)) {
-        const qsizetype colon = argument.indexOf(u':');
-        const auto step = steps.find(argument.left(colon));
-        if (step == steps.end())
-            return 2;
-        step->second(colon < 0 ? QString() : argument.mid(colon + 1));
-    }
-    return 0;
+    return Host::take(steps, application.arguments().sliced(1)) ? 0 : 2;
 }

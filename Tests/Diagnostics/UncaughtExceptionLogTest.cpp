@@ -157,6 +157,82 @@ TEST(UncaughtExceptionLog, OfAThrowingTextStillHasTheFrames)
     EXPECT_TRUE(host.log.value(1).contains(u"Ways.cpp:"_s)) << qPrintable(host.log.value(1));
 }
 
+TEST(UncaughtExceptionLog, OfAnExceptionThatWasNeverThrownHasNotTheFramesOfOneBefore)
+{
+    const auto host = runThrowingHost(withRecord + QStringList(u"throw:never thrown"_s));
+    EXPECT_EQ(host.log.value(0), u"Uncaught exception std::runtime_error: never thrown"_s);
+    EXPECT_EQ(host.linesLike(uR"(^ +1\t)"_s).size(), 1);
+    EXPECT_TRUE(host.linesLike(u"throwText"_s).isEmpty()) << qPrintable(host.log.join(u'\n'));
+}
+
+TEST(UncaughtExceptionLog, OnceNothingIsRecordedAnyMoreHasNotTheFramesOfAThrowBefore)
+{
+    const auto host = runThrowingHost(
+        withRecord + QStringList{u"throw:caught"_s, u"record:off"_s, u"throw:thrown on"_s});
+    EXPECT_EQ(host.log.value(0), uncaught);
+    EXPECT_EQ(host.linesLike(uR"(^ +1\t)"_s).size(), 1);
+    EXPECT_TRUE(host.linesLike(u"throwText"_s).isEmpty()) << qPrintable(host.log.join(u'\n'));
+}
+
+TEST(UncaughtExceptionLog, IsNotWrittenWhereTheHostHasSetNoMask)
+{
+    const auto host = runThrowingHost({u"handler"_s, u"throw:main"_s});
+    EXPECT_EQ(host.signal, SIGABRT);
+    EXPECT_EQ(host.log, QStringList({u"terminate called after throwing an instance of 'std::runtime_error'"_s,
+                                     u"  what():  the map is upside down"_s}));
+}
+
+TEST(UncaughtExceptionLog, WithoutASymbolizerHasTheAddresses)
+{
+    const auto host = runThrowingHost({u"symbolizer:/nonexistent"_s, u"mask"_s, u"throw:main"_s});
+    EXPECT_EQ(host.signal, SIGABRT);
+    EXPECT_EQ(host.log.value(0), uncaught);
+    EXPECT_EQ(host.log.value(1), u"printing backtrace"_s);
+    EXPECT_GT(host.log.size(), 5);
+    EXPECT_EQ(host.linesLike(u"\\[0x[0-9a-f]{1,8}\\]$"_s), host.log.mid(2));
+}
+
+TEST(UncaughtExceptionLog, OfASymbolizerThatHangsHasWhatThatPrintedAndTheProcessEnds)
+{
+    const TemporaryHome home;
+    const QString symbolizer = home.path() + u"/symbolizer"_s;
+    writeFile(symbolizer, "#!/bin/sh\necho symbol; exec sleep 1000\n");
+    QFile::setPermissions(symbolizer, QFile::ReadOwner | QFile::ExeOwner);
+    const auto host = runThrowingHost({u"symbolizer:"_s + symbolizer, u"mask"_s, u"throw:main"_s});
+    EXPECT_EQ(host.signal, SIGABRT);
+    EXPECT_EQ(host.log, QStringList({uncaught, u"     1\tsymbol"_s}));
+    EXPECT_THAT(host.milliseconds, testing::AllOf(testing::Ge(5'000), testing::Lt(8'000)));
+}
+
+TEST(UncaughtExceptionLog, OfAProcessThatNobodyMayLookIntoHasTheSymbolizersMessage)
+{
+    const auto host = runThrowingHost(withoutRecord + QStringList{u"undumpable"_s, u"throw:main"_s});
+    EXPECT_EQ(host.signal, SIGABRT);
+    EXPECT_EQ(host.log.value(0), uncaught);
+    EXPECT_TRUE(host.log.value(1).contains(u"eu-addr2line: "_s)) << qPrintable(host.log.join(u'\n'));
+}
+
+TEST(UncaughtExceptionLog, IsInTheFileThatStandardErrorWasRedirectedTo)
+{
+    const TemporaryHome home;
+    const QString file = home.path() + u"/logs/App.log"_s;
+    const auto host = runThrowingHost(QStringList(u"redirect:"_s + file) + withoutRecord
+                                      + QStringList(u"throw:main"_s));
+    EXPECT_EQ(host.signal, SIGABRT);
+    EXPECT_EQ(host.log, QStringList());
+    const QByteArrayList lines = readFile(file).split('\n');
+    EXPECT_TRUE(lines.value(0).endsWith(uncaught.toUtf8())) << lines.value(0).constData();
+    EXPECT_TRUE(lines.value(1).startsWith("     1\tthrowText at ")) << lines.value(1).constData();
+}
+
+TEST(UncaughtExceptionLog, ThatFindsNoRoomOnTheDiskIsLostAndTheProcessEndsAsItWould)
+{
+    const auto host = runThrowingHost(QStringList(u"redirect:/dev/full"_s) + withoutRecord
+                                      + QStringList(u"throw:main"_s));
+    EXPECT_EQ(host.signal, SIGABRT);
+    EXPECT_EQ(host.log, QStringList());
+}
+
 TEST(UncaughtExceptionLog, ComesWithACrashLogThatNamesTheExceptionWhicheverWasInstalledFirst)
 {
     const QString writer = u"writer"_s;

@@ -13,7 +13,7 @@ execute_process(COMMAND ${NM} --dynamic --demangle --defined-only ${LIBRARY}
 string(REGEX MATCHALL "[0-9a-f]+ [ABDRST] [^\n]+" symbols "${symbols}")
 list(TRANSFORM symbols REPLACE "^[0-9a-f]+ . ([^(]+).*" "\\1")
 # The linker's and the sanitizers' own, and the functions that Core stands in front of.
-list(FILTER symbols EXCLUDE REGEX "^(__bss_start|_edata|_end|__odr_asan.*|pthread_create|__cxa_throw)$")
+list(FILTER symbols EXCLUDE REGEX "^(__bss_start|_edata|_end|__odr_asan.*|pthread_create|__cxa_throw|__cxa_free_exception)$")
 list(REMOVE_DUPLICATES symbols)
 foreach(symbol IN LISTS symbols)
     string(REGEX REPLACE "^(vtable|typeinfo|typeinfo name) for " "" name "${symbol}")

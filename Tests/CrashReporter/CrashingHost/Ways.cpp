@@ -1,10 +1,8 @@
 #include "Tests/CrashReporter/CrashingHost/Ways.h"
 
 #include "Tests/CrashReporter/CrashingHost/SystemCallFilter.h"
+#include "Tests/Support/Host.h"
 
-#include <QThread>
-
-#include <barrier>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -12,7 +10,6 @@
 #include <latch>
 #include <malloc.h>
 #include <map>
-#include <memory>
 #include <pthread.h>
 #include <stdexcept>
 #include <string>
@@ -121,19 +118,6 @@ void overflowInThreadWithSmallStack()
     ::malloc_trim(0);
 }
 
-/*! All at the same moment. */
-void crashInTwoThreads()
-{
-    std::barrier start(2);
-    std::thread other([&] {
-        start.arrive_and_wait();
-        writeThroughNull();
-    });
-    start.arrive_and_wait();
-    writeThroughNull();
-    other.join();
-}
-
 [[gnu::noinline]] void throwNumber() { throw 42; }
 
 struct ThrowingExplanation : std::exception
@@ -168,17 +152,9 @@ void crashInForkedChild(void (*function)())
     std::exit(WIFSIGNALED(status) && WTERMSIG(status) == SIGSEGV ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
-void inThread(void (*function)()) { std::thread(function).join(); }
-
-void inQThread(void (*function)())
-{
-    const std::unique_ptr<QThread> thread(QThread::create(function));
-    thread->start();
-    thread->wait();
-}
-
 const std::map<QString, void (*)()> &ways()
 {
+    using namespace Host;
     static const std::map<QString, void (*)()> all{
         {u"SIGSEGV"_s, writeThroughNull},
         {u"SIGABRT"_s, callAbort},
@@ -203,7 +179,7 @@ const std::map<QString, void (*)()> &ways()
         {u"malloc lock"_s, crashWithMallocLockHeld},
         {u"bad free"_s, freeWhatWasNotAllocated},
         {u"corrupt heap"_s, corruptHeap},
-        {u"two threads"_s, crashInTwoThreads},
+        {u"two threads"_s, [] { inTwoThreads(writeThroughNull, writeThroughNull); }},
         {u"exception"_s, throwRuntimeError},
         {u"exception in thread"_s, [] { inThread(throwRuntimeError); }},
         {u"number"_s, throwNumber},

@@ -2,6 +2,7 @@
 
 #include "Tests/Platform/ExceptionHandling/RunThrowingHost.h"
 #include "Tests/Support/QtPrinters.h"
+#include "Tests/Support/TemporaryHome.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 
 using namespace Marblewick;
 using namespace Qt::StringLiterals;
+using namespace std::string_literals;
 using testing::AllOf;
 using testing::Ge;
 using testing::Lt;
@@ -157,15 +159,31 @@ TEST(NSExceptionHandler, TheLineIsThereAlsoWhereTheDelegateCrashes)
     EXPECT_EQ(host.log.value(0), uncaught);
 }
 
-TEST(NSExceptionHandler, ADelegateThatBlocksIsEndedAfterTenSecondsAlsoWhereTheHostBlocksTheSignal)
+class ADelegateThatBlocks : public ::testing::TestWithParam<const char *>
+{ };
+
+TEST_P(ADelegateThatBlocks, IsEndedAfterTenSecondsWhateverTheHostDoesAtTheSignal)
 {
-    for (const QStringList &host : {QStringList(), {u"block-abort"_s}}) {
-        const auto result = runThrowingHost(host
-                                            + QStringList{u"delegate:blocks"_s, u"mask"_s, u"throw:main"_s});
-        EXPECT_EQ(result.signal, SIGABRT);
-        EXPECT_EQ(result.log.value(0), uncaught);
-        EXPECT_THAT(result.milliseconds, AllOf(Ge(10'000), Lt(15'000)));
-    }
+    const auto host = runThrowingHost(
+        {QString::fromLatin1(GetParam()), u"delegate:blocks"_s, u"mask"_s, u"throw:main"_s});
+    EXPECT_EQ(host.signal, SIGABRT);
+    EXPECT_EQ(host.log.value(0), uncaught);
+    EXPECT_EQ(host.output, GetParam() == "survive-abort"s ? u"SIGABRT\n"_s : QString())
+        << "the host's handler";
+    EXPECT_THAT(host.milliseconds, AllOf(Ge(10'000), Lt(15'000)));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, ADelegateThatBlocks,
+                         ::testing::Values("default-abort", "block-abort", "ignore-abort", "survive-abort"),
+                         [](const ::testing::TestParamInfo<const char *> &host) {
+                             return QString::fromLatin1(host.param).remove(u'-').toStdString();
+                         });
+
+TEST(NSExceptionHandler, WhatTheHostDoesAtSIGABRTIsDoneAtTheEndAsWithoutIt)
+{
+    const auto host = runThrowingHost({u"survive-abort"_s, u"mask"_s, u"throw:main"_s});
+    EXPECT_EQ(host.signal, SIGABRT);
+    EXPECT_EQ(host.output, u"SIGABRT\n"_s);
 }
 
 TEST(NSExceptionHandler, ATextThatThrowsLeavesTheTypeAndTheStack)
@@ -208,6 +226,14 @@ TEST(NSExceptionHandler, OfTwoThreadsThatThrowAtOnceBothAreEndedWhereTheDelegate
     EXPECT_THAT(host.milliseconds, AllOf(Ge(10'000), Lt(15'000)));
 }
 
+TEST(NSExceptionHandler, AThreadThatThrowsWhileAnothersTextNeverComesIsLogged)
+{
+    const auto host = runThrowingHost({u"mask"_s, u"throw:beside an endless text"_s});
+    EXPECT_EQ(host.signal, SIGABRT);
+    EXPECT_EQ(host.log.count(uncaught), 1);
+    EXPECT_THAT(host.milliseconds, AllOf(Ge(10'000), Lt(15'000)));
+}
+
 TEST(NSExceptionHandler, TheTerminateHandlerThatWasThereBeforeGoesOnAfterIt)
 {
     const auto host = runThrowingHost({u"terminate-handler"_s, u"mask"_s, u"throw:main"_s});
@@ -216,11 +242,60 @@ TEST(NSExceptionHandler, TheTerminateHandlerThatWasThereBeforeGoesOnAfterIt)
     EXPECT_EQ(host.log.value(0), uncaught);
 }
 
+TEST(NSExceptionHandler, SettingTheMaskComesInFrontOfATerminateHandlerThatIsYoungerThanTheCrashLogWriter)
+{
+    const TemporaryHome home;
+    const auto host = runThrowingHost({u"writer"_s, u"terminate-handler"_s, u"mask"_s, u"throw:main"_s});
+    EXPECT_EQ(host.exitStatus, 7);
+    EXPECT_EQ(host.output, u"the host's terminate handler\n"_s);
+    EXPECT_EQ(host.log.value(0), uncaught);
+}
+
+TEST(NSExceptionHandler, SettingTheMaskOnceMoreComesInFrontOfATerminateHandlerOfMeanwhile)
+{
+    const auto host = runThrowingHost(
+        {u"mask"_s, u"mask:0"_s, u"terminate-handler"_s, u"mask"_s, u"mask"_s, u"throw:main"_s});
+    EXPECT_EQ(host.exitStatus, 7);
+    EXPECT_EQ(host.output, u"the host's terminate handler\n"_s);
+    EXPECT_EQ(host.log.count(uncaught), 1);
+}
+
+TEST(NSExceptionHandler, TerminateHandlersThatCallTheOneTheyReplacedAreEachCalledOnce)
+{
+    const QString chaining = u"chaining-terminate-handler"_s;
+    const auto ended = runThrowingHost(
+        {u"terminate-handler"_s, u"mask"_s, chaining, u"mask"_s, u"throw:main"_s});
+    EXPECT_EQ(ended.exitStatus, 7);
+    EXPECT_EQ(ended.output, u"the host's chaining terminate handler\nthe host's terminate handler\n"_s);
+    EXPECT_EQ(ended.log.count(uncaught), 1);
+    const auto aborted = runThrowingHost({u"mask"_s, chaining, u"mask"_s, u"throw:main"_s});
+    EXPECT_EQ(aborted.signal, SIGABRT);
+    EXPECT_EQ(aborted.output, u"the host's chaining terminate handler\n"_s);
+    EXPECT_EQ(aborted.log.count(uncaught), 1);
+    EXPECT_FALSE(aborted.log.contains(messageOfStandardLibrary.first())) << "it was logged already";
+}
+
+TEST(NSExceptionHandler, AFormerTerminateHandlerThatThrowsEndsTheProcessAfterTheReport)
+{
+    const auto host = runThrowingHost({u"throwing-terminate-handler"_s, u"mask"_s, u"throw:main"_s});
+    EXPECT_EQ(host.signal, SIGABRT);
+    EXPECT_EQ(host.log.value(0), uncaught);
+    EXPECT_EQ(host.log.size(), 2) << qPrintable(host.log.join(u'\n'));
+}
+
 TEST(NSExceptionHandler, ATerminateHandlerThatTheHostSetsAfterwardsHasTheException)
 {
     const auto host = runThrowingHost({u"mask"_s, u"terminate-handler"_s, u"throw:main"_s});
     EXPECT_EQ(host.exitStatus, 7);
     EXPECT_EQ(host.log, QStringList());
+}
+
+TEST(NSExceptionHandler, ATerminateHandlerThatTheHostSetsAfterwardsCanHandTheExceptionOn)
+{
+    const auto host = runThrowingHost({u"mask"_s, u"chaining-terminate-handler"_s, u"throw:main"_s});
+    EXPECT_EQ(host.signal, SIGABRT);
+    EXPECT_EQ(host.output, u"the host's chaining terminate handler\n"_s);
+    EXPECT_EQ(host.log.value(0), uncaught);
 }
 
 TEST(NSExceptionHandler, OfADeepStackTheInnermost128FramesAreKept)

@@ -18,8 +18,9 @@ QStringList ThrowingHostResult::linesLike(const QString &expression) const
 
 ThrowingHostResult runThrowingHost(const QStringList &steps, const QString &program)
 {
-    // The address sanitizer would otherwise have the signals before the host.
-    qputenv("ASAN_OPTIONS", "handle_segv=0:handle_abort=0");
+    // A sanitizer would otherwise have the signals before the host.
+    for (const char *const options : {"ASAN_OPTIONS", "TSAN_OPTIONS"})
+        qputenv(options, qgetenv(options) + " handle_segv=0 handle_abort=0");
     QElapsedTimer timer;
     timer.start();
     const CapturedStandardError standardError;

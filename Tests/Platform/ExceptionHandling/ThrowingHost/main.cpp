@@ -1,9 +1,11 @@
 // A host that does what its arguments say, step by step, until an exception that nobody catches ends it.
 
 #include "Tests/Platform/ExceptionHandling/ThrowingHost/Ways.h"
+#include "Tests/Support/Host.h"
 
 #include <Marblewick/MBWCrashLogWriter.h>
 #include <Marblewick/MBWExceptionHandler.h>
+#include <Marblewick/MBWLogManager.h>
 #include <Marblewick/NSExceptionHandler.h>
 #include <Marblewick/NSLog.h>
 
@@ -12,8 +14,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
-#include <map>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -65,14 +65,33 @@ private:
     std::_Exit(7);
 }
 
-const std::map<QString, std::function<void(const QString &text)>> steps{
+/*! Others of an ordinary user: root may look into everything. */
+void forbidOthersToLookInside()
+{
+    constexpr uid_t nobody = 65534;
+    if (::geteuid() == 0 && ::setresuid(nobody, nobody, nobody) != 0)
+        std::abort();
+    ::prctl(PR_SET_DUMPABLE, 0);
+}
+
+std::terminate_handler replacedTerminateHandler = nullptr;
+
+void endAsTheReplacedHandlerLikes()
+{
+    std::puts("the host's chaining terminate handler");
+    replacedTerminateHandler();
+}
+
+const Host::Steps steps{
     {u"mask"_s,
      [](const QString &mask) {
          NSExceptionHandler::defaultExceptionHandler()->setExceptionHandlingMask(
              mask.isEmpty() ? NSLogUncaughtExceptionMask : mask.toULongLong());
      }},
     {u"record"_s,
-     [](const QString &) { NSExceptionHandler::defaultExceptionHandler()->setRecordsThrows(true); }},
+     [](const QString &state) {
+         NSExceptionHandler::defaultExceptionHandler()->setRecordsThrows(state != u"off");
+     }},
     {u"delegate"_s,
      [](const QString &behaviour) {
          NSExceptionHandler::defaultExceptionHandler()->setDelegate(new Delegate(behaviour));
@@ -81,6 +100,9 @@ const std::map<QString, std::function<void(const QString &text)>> steps{
     {u"symbolizer"_s, [](const QString &path) { new MBWExceptionHandler(path); }},
     {u"writer"_s, [](const QString &) { MBWCrashLogWriter::install(); }},
     {u"terminate-handler"_s, [](const QString &) { std::set_terminate(&endAsTheHostLikes); }},
+    {u"chaining-terminate-handler"_s,
+     [](const QString &) { replacedTerminateHandler = std::set_terminate(&endAsTheReplacedHandlerLikes); }},
+    {u"throwing-terminate-handler"_s, [](const QString &) { std::set_terminate([] { throw 1; }); }},
     {u"block-abort"_s,
      [](const QString &) {
          sigset_t signals;
@@ -88,7 +110,12 @@ const std::map<QString, std::function<void(const QString &text)>> steps{
          ::sigaddset(&signals, SIGABRT);
          ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
      }},
-    {u"undumpable"_s, [](const QString &) { ::prctl(PR_SET_DUMPABLE, 0); }},
+    {u"default-abort"_s, [](const QString &) { std::signal(SIGABRT, SIG_DFL); }},
+    {u"ignore-abort"_s, [](const QString &) { std::signal(SIGABRT, SIG_IGN); }},
+    {u"survive-abort"_s, [](const QString &) { std::signal(SIGABRT, [](int) { std::puts("SIGABRT"); }); }},
+    {u"undumpable"_s, [](const QString &) { forbidOthersToLookInside(); }},
+    {u"redirect"_s,
+     [](const QString &path) { MBWLogManager::sharedManager()->redirectStandardErrorToFileAtPath(path); }},
     {u"throw"_s, throwInWay},
 };
 
@@ -98,12 +125,5 @@ int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     std::setvbuf(stdout, nullptr, _IONBF, 0);
-    for (const QString &argument : application.arguments().sliced(1)) {
-        const qsizetype colon = argument.indexOf(u':');
-        const auto step = steps.find(argument.left(colon));
-        if (step == steps.end())
-            return 2;
-        step->second(colon < 0 ? QString() : argument.mid(colon + 1));
-    }
-    return 0;
+    return Host::take(steps, application.arguments().sliced(1)) ? 0 : 2;
 }

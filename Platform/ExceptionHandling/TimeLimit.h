@@ -1,0 +1,25 @@
+#pragma once
+
+#include <ctime>
+#include <optional>
+
+namespace Marblewick {
+
+/*! Ends the process by SIGABRT, sent to the thread that made it, when 10 seconds have passed: as std::abort()
+   does, also where the host ignores that signal, blocks it, or has a handler for it that returns.
+
+    One at a time.
+*/
+class TimeLimit
+{
+public:
+    TimeLimit();
+    ~TimeLimit();
+    TimeLimit(const TimeLimit &) = delete;
+    TimeLimit &operator=(const TimeLimit &) = delete;
+
+private:
+    std::optional<timer_t> m_timer; // None where the system refuses one: then there is no limit.
+};
+
+} // namespace Marblewick
