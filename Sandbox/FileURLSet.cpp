@@ -20,8 +20,9 @@ bool FileURLSet::contains(const QUrl &url) const { return m_urls.contains(NSURL:
 
 std::optional<QUrl> FileURLSet::urlThatIsPrefixOfPath(const QString &path) const
 {
-    // Of the paths in order, the last one that is not behind `path` is the longest beginning of it, or differs
-    // from it at some place. No beginning then reaches beyond that place, as it would lie between the two.
+    // Of the paths in order, the last one that is not behind `path` is the longest beginning of it, or
+    // differs from it at some place. No beginning then reaches beyond that place, as it would lie between the
+    // two.
     QString rest = path;
     while (!rest.isEmpty()) {
         const auto behind = m_urls.upperBound(rest);

@@ -15,7 +15,8 @@ public:
     void remove(const QUrl &url);
     bool contains(const QUrl &url) const;
 
-    /*! A URL in the set whose path, which is not empty, is what `path` begins with, character by character. */
+    /*! A URL in the set whose path, which is not empty, is what `path` begins with, character by character.
+     */
     std::optional<QUrl> urlThatIsPrefixOfPath(const QString &path) const;
 
     /*! A URL in the set for whose path fileURLWithPath() makes `url`. */

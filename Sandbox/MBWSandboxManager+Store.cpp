@@ -3,6 +3,7 @@
 #include "Platform/CoreData/NSFetchRequest.h"
 #include "Platform/CoreData/NSManagedObjectModel.h"
 #include "Platform/CoreData/NSPersistentStoreCoordinator.h"
+#include "Platform/Foundation/NSBundle.h"
 #include "Platform/Foundation/NSException.h"
 #include "Platform/Foundation/NSFileManager.h"
 #include "Platform/Foundation/NSLog.h"
@@ -56,7 +57,10 @@ const NSManagedObjectModel *MBWSandboxManager::managedObjectModel()
 {
     if (!d->managedObjectModel && !isNil()) {
         NSManagedObject::registerClass<MBWSandboxPersistedBookmark>(u"MBWSandboxPersistedBookmark"_s);
-        TODO
+        const auto url = NSBundle::bundleForClass<MBWSandboxManager>()->URLForResource(
+            u"SandboxPersistedBookmarks"_s, u"momd"_s);
+        if (url)
+            d->managedObjectModel = NSManagedObjectModel::initWithContentsOfURL(*url);
     }
     return d->managedObjectModel.get();
 }

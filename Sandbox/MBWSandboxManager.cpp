@@ -100,8 +100,9 @@ bool MBWSandboxManager::appNeedsToObtainPermissionToAccessURLReadOnly(const QUrl
     if (isNil() || entitledURLsContainsURL(url, readOnly) || !NSURL::checkResourceIsReachable(url))
         return false;
     const QString path = NSURL::path(url);
-    return MBWExtensions::isDirectoryAtPath(d->fileManager, path) ? needsPermissionToAccessDirectory(path)
-                                                                   : needsPermissionToAccessFile(url, readOnly);
+    return MBWExtensions::isDirectoryAtPath(d->fileManager, path)
+               ? needsPermissionToAccessDirectory(path)
+               : needsPermissionToAccessFile(url, readOnly);
 }
 
 bool MBWSandboxManager::needsPermissionToAccessDirectory(const QString &path)
@@ -115,7 +116,8 @@ bool MBWSandboxManager::needsPermissionToAccessDirectory(const QString &path)
         d->accessedURLs.insert(*directory);
         return false;
     }
-    NSLog(u"Unable to obtain secure bookmark access for folder %@", {directory->toString(QUrl::FullyEncoded)});
+    NSLog(u"Unable to obtain secure bookmark access for folder %@",
+          {directory->toString(QUrl::FullyEncoded)});
     removePersistedBookmarkForURL(*directory);
     return true;
 }

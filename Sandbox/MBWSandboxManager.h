@@ -30,8 +30,8 @@ class NSPersistentStoreCoordinator;
 
         class AtlasSandbox : public MBWSandboxManager
         {
-            std::optional<QUrl> storeFileURL() const override { return m_folder.resolved(QUrl("Grants.store")); }
-            …
+            std::optional<QUrl> storeFileURL() const override { return
+   m_folder.resolved(QUrl("Grants.store")); } …
         };
 
         auto *const sandbox = MBWSandboxManager::sharedManager<AtlasSandbox>();
@@ -40,8 +40,8 @@ class NSPersistentStoreCoordinator;
             sandbox->appDidObtainPermissionToAccessURL(urlFromThePanel);
         }
 
-    A URL's path counts as it is written: symbolic links are not resolved, and case counts. "Begins with" below
-    compares paths character by character, whatever the names of folders: what begins with /maps is also
+    A URL's path counts as it is written: symbolic links are not resolved, and case counts. "Begins with"
+   below compares paths character by character, whatever the names of folders: what begins with /maps is also
     /mapsOfMars. Everything here is about file URLs; main thread only.
 */
 class MARBLEWICK_CORE_EXPORT MBWSandboxManager : public QObject
@@ -126,7 +126,8 @@ public:
     QSet<QUrl> readOnlyEntitledDirectoryURLs() const;
     void setReadOnlyEntitledDirectoryURLs(const QSet<QUrl> &urls);
 
-    /*! For a host to override: folders that it may read and write without a grant, in both questions. None. */
+    /*! For a host to override: folders that it may read and write without a grant, in both questions. None.
+     */
     virtual QList<QUrl> additionalEntitledDirectoryURLs() const;
 
     /*! For a host to override: the file in which grants are kept, in a folder that exists and where the host
@@ -174,7 +175,8 @@ private:
     bool needsPermissionToAccessFile(const QUrl &url, bool readOnly);
     void appDidObtainPermissionToAccessURLIsReadOnly(const QUrl &url, bool isReadOnly);
     FileURLSet &allowedURLsForItemAtURL(const QUrl &url);
-    /*! The records that a predicate holds for; none, with the message in the log, where they cannot be read. */
+    /*! The records that a predicate holds for; none, with the message in the log, where they cannot be read.
+     */
     QList<MBWSandboxPersistedBookmark *> fetchBookmarks(
         QStringView failureMessage = {}, const std::optional<Marblewick::NSPredicate> &predicate = {});
 

@@ -37,7 +37,8 @@ MBWSandboxPersistedBookmark *MBWSandboxPersistedBookmark::insertBookmarkForURL(c
         return nullptr;
     }
     NSManagedObjectContext *const context = MBWSandboxManager::sharedManager()->managedObjectContext();
-    const NSEntityDescription *const entity = context ? NSEntityDescription::entityForName(u"Bookmark"_s, *context)
+    const NSEntityDescription *const entity = context ? NSEntityDescription::entityForName(u"Bookmark"_s,
+                                                                                           *context)
                                                       : nullptr;
     if (!entity)
         return nullptr;
@@ -62,7 +63,11 @@ bool MBWSandboxPersistedBookmark::isReadOnly() const { return value(isReadOnlyKe
 
 void MBWSandboxPersistedBookmark::setReadOnly(bool isReadOnly) { setValue(isReadOnlyKey, isReadOnly); }
 
-QString MBWSandboxPersistedBookmark::urlString() const { return value(urlStringKey).toString(); }
+std::optional<QString> MBWSandboxPersistedBookmark::urlString() const
+{
+    const QVariant string = value(urlStringKey);
+    return string.isValid() ? std::optional(string.toString()) : std::nullopt;
+}
 
 void MBWSandboxPersistedBookmark::setUrlString(const QString &string) { setValue(urlStringKey, string); }
 

@@ -36,7 +36,7 @@ public:
     void setReadOnly(bool isReadOnly);
 
     /*! The item's URL as it was when it was last known, for messages. */
-    QString urlString() const;
+    std::optional<QString> urlString() const;
     void setUrlString(const QString &string);
 
     /*! Whether the item could not be found when it was last looked for; such a record is deleted at the next
@@ -45,9 +45,9 @@ public:
     bool isUnresolvable() const;
     void setUnresolvable(bool isUnresolvable);
 
-    /*! The item's URL, looked for now and kept in memory, but not in the store. Where one is kept and cannot be
-        reached, that one is returned and nothing is looked for. Where the item is not found, the log says so,
-        and the result is the URL that is kept, or nil.
+    /*! The item's URL, looked for now and kept in memory, but not in the store. Where one is kept and cannot
+       be reached, that one is returned and nothing is looked for. Where the item is not found, the log says
+       so, and the result is the URL that is kept, or nil.
 
         Access is not started.
     */

@@ -1,14 +1,13 @@
 #pragma once
 
-#include <QtGlobal>
+#include <Marblewick/NSFileError.h>
 
 namespace Marblewick {
 
 // Codes of NSCocoaErrorDomain. The sentence of such an error says what SQLite or the system answered, and its
-// NSFilePathErrorKey is the path of the store.
+// NSFilePathErrorKey is the path of the store. A file that is no SQLite database, or a damaged one, has
+// NSFileReadCorruptFileError.
 
-/*! The file is no SQLite database, or a damaged one. */
-inline constexpr qint64 NSFileReadCorruptFileError = 259;
 /*! The file or its folder permits no writing. */
 inline constexpr qint64 NSFileWriteNoPermissionError = 513;
 /*! The disk, or the user's share of it, is full. */

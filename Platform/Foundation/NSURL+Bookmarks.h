@@ -2,6 +2,7 @@
 
 #include <Marblewick/MarblewickCoreExport.h>
 #include <Marblewick/NSError.h>
+#include <Marblewick/NSFileError.h>
 
 #include <QByteArray>
 #include <QFlags>
@@ -27,15 +28,6 @@ enum NSURLBookmarkResolutionOption : quint32 {
 };
 Q_DECLARE_FLAGS(NSURLBookmarkResolutionOptions, NSURLBookmarkResolutionOption)
 Q_DECLARE_OPERATORS_FOR_FLAGS(NSURLBookmarkResolutionOptions)
-
-/*! Codes of NSCocoaErrorDomain that bookmarks fail with. What the system refuses has NSPOSIXErrorDomain. */
-enum NSFileError : qint64 {
-    NSFileNoSuchFileError = 4, ///< the bookmarked item is gone
-    NSFileReadInvalidFileNameError = 258, ///< a path that is relative or holds a NUL
-    NSFileReadCorruptFileError = 259, ///< the data is no bookmark, or was damaged
-    NSFileReadUnsupportedSchemeError = 262, ///< not a file URL
-    NSFeatureUnsupportedError = 3328, ///< the data was made by a newer version, or by one in a sandbox
-};
 
 /*! What stands behind the access to files outside a sandbox. The framework's own one asks the system for what
     is allowed, and under Flatpak the documents portal, whose file system answers for the documents that it
