@@ -1,8 +1,8 @@
 #include "Platform/Foundation/NSURL+Bookmarks.h"
 
 #include "Platform/Foundation/Bookmarks/Bookmark.h"
+#include "Platform/Foundation/Bookmarks/DocumentsPortal.h"
 #include "Platform/Foundation/Bookmarks/FilePath.h"
-#include "Platform/Foundation/Bookmarks/FlatpakSandbox.h"
 #include "Platform/Foundation/NSFileManager.h"
 #include "Platform/Foundation/NSPathUtilities.h"
 #include "Platform/Foundation/NSURL.h"
@@ -146,16 +146,13 @@ std::optional<QUrl> URLByResolvingBookmarkData(const QByteArray &data, NSURLBook
     const auto bookmark = Bookmark::fromData(data, error);
     if (!bookmark)
         return std::nullopt;
-    const bool isDocument = bookmark->base == Bookmark::Base::Documents;
-    const FoundItem found = isDocument ? findDocument(*bookmark) : find(*bookmark);
+    const FoundItem found = bookmark->base == Bookmark::Base::Documents ? findDocument(*bookmark)
+                                                                        : find(*bookmark);
     if (found.path.isEmpty()) {
         if (error) {
             const QString path = NSFileManager::stringWithFileSystemRepresentation(bookmark->path);
-            *error = NSError(NSCocoaErrorDomain,
-                             isDocument ? NSFeatureUnsupportedError : NSFileNoSuchFileError,
-                             {{NSLocalizedDescriptionKey,
-                               isDocument ? u"The bookmarked document is known only in a sandbox."_s
-                                          : u"The bookmarked item is not there any more."_s},
+            *error = NSError(NSCocoaErrorDomain, NSFileNoSuchFileError,
+                             {{NSLocalizedDescriptionKey, u"The bookmarked item is not there any more."_s},
                               {NSFilePathErrorKey, path}});
         }
         return std::nullopt;

@@ -7,6 +7,15 @@
 
 namespace Marblewick {
 
+/*! The length of the part of a path that is the folder in which the documents portal shows documents; 0 where
+   the path is not that of a document or of what is in one. Any thread.
+*/
+qsizetype documentsFolderLength(const QByteArray &path);
+
+/*! The path of the same document where the portal shows it now, which is another place for another user
+ * number. */
+QByteArray currentDocumentPath(const QByteArray &path, qsizetype documentsFolderLength);
+
 /*! Asks the documents portal something about a document, by a system call on its path: the portal shows
     documents as a file system, which answers for what the application was granted and in which mode. (Over
    the bus it tells a sandboxed application neither.)

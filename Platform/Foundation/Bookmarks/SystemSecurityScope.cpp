@@ -1,6 +1,5 @@
 #include "Platform/Foundation/Bookmarks/DocumentsPortal.h"
 #include "Platform/Foundation/Bookmarks/FilePath.h"
-#include "Platform/Foundation/Bookmarks/FlatpakSandbox.h"
 #include "Platform/Foundation/NSURL+Bookmarks.h"
 
 #include <cerrno>
