@@ -10,7 +10,7 @@ enum NSFileError : qint64 {
     NSFileReadInvalidFileNameError = 258, ///< a path that is relative or holds a NUL
     NSFileReadCorruptFileError = 259, ///< the data is no bookmark, or the file no store, or it was damaged
     NSFileReadUnsupportedSchemeError = 262, ///< not a file URL
-    NSFeatureUnsupportedError = 3328, ///< the data was made by a newer version, or by one in a sandbox
+    NSFeatureUnsupportedError = 3328, ///< a newer version made the data
 };
 
 } // namespace Marblewick

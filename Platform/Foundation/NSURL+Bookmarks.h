@@ -30,7 +30,7 @@ Q_DECLARE_FLAGS(NSURLBookmarkResolutionOptions, NSURLBookmarkResolutionOption)
 Q_DECLARE_OPERATORS_FOR_FLAGS(NSURLBookmarkResolutionOptions)
 
 /*! What stands behind the access to files outside a sandbox. The framework's own one asks the system for what
-    is allowed, and under Flatpak the documents portal, whose file system answers for the documents that it
+    is allowed, and for a document the documents portal, whose file system answers for the documents that it
     shows. A host in a sandbox of another kind can install its own. Main thread.
 */
 class MARBLEWICK_CORE_EXPORT NSSecurityScope
@@ -78,8 +78,9 @@ MARBLEWICK_CORE_EXPORT std::optional<QByteArray> bookmarkDataWithOptions(const Q
    Nil, with `error` set, where the item is not found or the data is no bookmark. The path is as it was
    bookmarked, symbolic links not resolved, without a slash at its end.
 
-    Under Flatpak, a document of the documents portal is not looked for: whether it is still granted is only
-   seen when access starts, so that a portal which is away costs no bookmark. Main thread.
+    A document of the documents portal, as applications in a Flatpak sandbox get them, is not looked for:
+   whether it is still granted is only seen when access starts, so that a portal which is away costs no
+   bookmark. Main thread.
 */
 MARBLEWICK_CORE_EXPORT std::optional<QUrl> URLByResolvingBookmarkData(const QByteArray &data,
                                                                       NSURLBookmarkResolutionOptions options,

@@ -1,8 +1,12 @@
 #include "Platform/Foundation/NSURL.h"
 
+#include "Platform/Foundation/NSFileManager.h"
+
 #include <algorithm>
 #include <array>
 #include <string_view>
+
+using namespace Qt::StringLiterals;
 
 namespace Marblewick::NSURL {
 
@@ -60,6 +64,36 @@ std::optional<QUrl> URLWithString(const QString &text)
         return std::nullopt;
     const QUrl url(text, QUrl::StrictMode);
     return url.isValid() ? std::optional(url) : std::nullopt;
+}
+
+QUrl fileURLWithPath(const QString &path)
+{
+    QUrl url;
+    url.setScheme(u"file"_s);
+    url.setHost(QString()); // setPath() would take two slashes at the beginning for one
+    const QByteArray bytes = NSFileManager::fileSystemRepresentationWithPath(path);
+    if (bytes.isValidUtf8())
+        url.setPath(path, QUrl::DecodedMode);
+    else
+        url.setPath(QString::fromLatin1(bytes.toPercentEncoding("!$&'()*+,/:;=@[]")), QUrl::TolerantMode);
+    return url;
+}
+
+QString path(const QUrl &url)
+{
+    // In this form every "%" begins an escape, also that of a byte which is not UTF-8.
+    QString path = url.path(QUrl::PrettyDecoded);
+    if (path.contains(u'%'))
+        path = NSFileManager::stringWithFileSystemRepresentation(
+            QByteArray::fromPercentEncoding(NSFileManager::fileSystemRepresentationWithPath(path)));
+    while (path.size() > 1 && path.endsWith(u'/'))
+        path.chop(1);
+    return path;
+}
+
+QUrl URLByDeletingLastPathComponent(const QUrl &url)
+{
+    return url.adjusted(QUrl::StripTrailingSlash).adjusted(QUrl::RemoveFilename);
 }
 
 } // namespace Marblewick::NSURL
