@@ -1,9 +1,23 @@
 #include "Tests/Sandbox/SandboxTest.h"
 
 #include <Marblewick/NSManagedObjectContext.h>
+#include <Marblewick/NSManagedObjectModel.h>
+#include <Marblewick/NSPersistentStoreCoordinator.h>
 
 using namespace Qt::StringLiterals;
 using namespace Marblewick;
+
+namespace {
+
+QList<NSManagedObject *> allBookmarks(NSManagedObjectContext *context)
+{
+    NSError error;
+    const auto bookmarks = context->executeFetchRequest(NSFetchRequest(u"Bookmark"_s), &error);
+    EXPECT_TRUE(bookmarks) << qPrintable(error.description());
+    return bookmarks.value_or(QList<NSManagedObject *>());
+}
+
+} // namespace
 
 std::ostream &operator<<(std::ostream &out, const StoredBookmark &bookmark)
 {
@@ -31,11 +45,19 @@ QUrl SandboxTest::newFolder(const QString &name) const
 
 std::vector<StoredBookmark> SandboxTest::storedBookmarks() const
 {
-    const auto reader = HostManager::init<HostManager>();
+    const auto model = NSManagedObjectModel::initWithContentsOfURL(
+        QUrl(u"qrc:/Marblewick/SandboxPersistedBookmarks.momd"_s));
+    const auto coordinator = std::make_shared<NSPersistentStoreCoordinator>(model);
+    EXPECT_TRUE(coordinator->addPersistentStoreWithType(NSSQLiteStoreType, std::nullopt,
+                                                        QUrl::fromLocalFile(storePath()),
+                                                        {{NSReadOnlyPersistentStoreOption, true}}));
+    NSManagedObjectContext context(NSMainQueueConcurrencyType);
+    context.setPersistentStoreCoordinator(coordinator);
     std::vector<StoredBookmark> bookmarks;
-    for (const MBWSandboxPersistedBookmark *const record : records(reader.get())) {
-        const QUrl url(record->urlString().value_or(QString()));
-        bookmarks.push_back({NSURL::path(url).toStdString(), record->isDirectory(), record->isReadOnly()});
+    for (const NSManagedObject *const record : allBookmarks(&context)) {
+        bookmarks.push_back({NSURL::path(QUrl(record->value(u"urlString"_s).toString())).toStdString(),
+                             record->value(u"isDirectory"_s).toBool(),
+                             record->value(u"isReadOnly"_s).toBool()});
     }
     return bookmarks;
 }
@@ -43,10 +65,7 @@ std::vector<StoredBookmark> SandboxTest::storedBookmarks() const
 QList<MBWSandboxPersistedBookmark *> SandboxTest::records(MBWSandboxManager *manager)
 {
     QList<MBWSandboxPersistedBookmark *> records;
-    const auto objects = manager->managedObjectContext()->executeFetchRequest(
-        NSFetchRequest(u"Bookmark"_s));
-    EXPECT_TRUE(objects);
-    for (NSManagedObject *const object : objects.value_or(QList<NSManagedObject *>()))
-        records.append(dynamic_cast<MBWSandboxPersistedBookmark *>(object));
+    for (NSManagedObject *const record : allBookmarks(manager->managedObjectContext()))
+        records.append(dynamic_cast<MBWSandboxPersistedBookmark *>(record));
     return records;
 }
