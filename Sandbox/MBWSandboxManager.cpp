@@ -124,7 +124,8 @@ bool MBWSandboxManager::needsPermissionToAccessDirectory(const QString &path)
 
 bool MBWSandboxManager::needsPermissionToAccessFile(const QUrl &url, bool readOnly)
 {
-    const QUrl folder = NSURL::URLByDeletingLastPathComponent(url);
+    // Without the slash at its end, with which it would not match itself as a package that was granted.
+    const QUrl folder = NSURL::fileURLWithPath(NSURL::path(NSURL::URLByDeletingLastPathComponent(url)));
     const bool isRoot = folder == url; // As a package, it would be its own folder for ever.
     if (!isRoot && !appNeedsToObtainPermissionToAccessURLReadOnly(folder, readOnly))
         return false;
