@@ -2,6 +2,7 @@
 
 #include "Platform/CoreData/PersistentStore.h"
 #include "Platform/Foundation/NSFileManager.h"
+#include "Platform/Foundation/NSURL.h"
 #include "Platform/Foundation/Plugin.h"
 
 #include <cerrno>
@@ -36,6 +37,9 @@ public:
 private:
     const StoreFailure m_failure;
 };
+
+/*! The path of a file URL; empty for another one. */
+QString pathOf(const QUrl &url) { return url.isLocalFile() ? NSURL::path(url) : QString(); }
 
 bool fail(NSError *error, const StoreFailure &failure, const QString &path)
 {
@@ -72,7 +76,7 @@ bool NSPersistentStoreCoordinator::addPersistentStoreWithType(const QString &typ
                                                               const std::optional<QUrl> &url,
                                                               const QVariantMap &options, NSError *error)
 {
-    const QString path = url.value_or(QUrl()).toLocalFile();
+    const QString path = pathOf(url.value_or(QUrl()));
     const auto refuse = [&](const QString &reason) {
         return fail(error, {NSPersistentStoreOpenError, reason}, path);
     };
@@ -96,7 +100,7 @@ bool NSPersistentStoreCoordinator::addPersistentStoreWithType(const QString &typ
 
 bool NSPersistentStoreCoordinator::destroyPersistentStoreAtURL(const QUrl &url, NSError *error)
 {
-    const QString path = url.toLocalFile();
+    const QString path = pathOf(url);
     const QByteArray name = NSFileManager::fileSystemRepresentationWithPath(path);
     if (::unlink(name.constData()) != 0) {
         if (error)

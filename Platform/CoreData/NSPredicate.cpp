@@ -2,6 +2,7 @@
 
 #include "Platform/CoreData/NSManagedObject.h"
 #include "Platform/Foundation/NSException.h"
+#include "Platform/Foundation/NSURL.h"
 
 #include <QRegularExpression>
 #include <QUrl>
@@ -12,14 +13,8 @@ namespace Marblewick {
 
 namespace {
 
-/*! The path of a URL that a value holds, without a slash at its end; nil for nil. */
-QVariant pathOf(const QVariant &value)
-{
-    if (!value.isValid())
-        return {};
-    const QUrl url = value.toUrl();
-    return url.path() == "/"_L1 ? url.path() : url.path(QUrl::FullyDecoded | QUrl::StripTrailingSlash);
-}
+/*! The path of a URL that a value holds; nil for nil. */
+QVariant pathOf(const QVariant &value) { return value.isValid() ? NSURL::path(value.toUrl()) : QVariant(); }
 
 } // namespace
 
