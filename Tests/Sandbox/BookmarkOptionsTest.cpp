@@ -18,8 +18,7 @@ Function original(const char *mangledName)
 }
 
 class BookmarkOptions : public SandboxTest
-{
-};
+{ };
 
 } // namespace
 

@@ -253,8 +253,8 @@ TEST_F(SandboxDecision, AskingForAFileThatWasNotGrantedLooksWhereAllRecordsLeadT
     EXPECT_EQ(bookmarks.first()->urlString(), kept.toString());
     EXPECT_FALSE(bookmarks.first()->isUnresolvable());
     EXPECT_TRUE(bookmarks.last()->isUnresolvable());
-    EXPECT_THAT(log.text().toStdString(),
-                HasSubstr("] Error resolving persisted secure bookmark " + replaced.toString().toStdString()));
+    EXPECT_THAT(log.text().toStdString(), HasSubstr("] Error resolving persisted secure bookmark "
+                                                    + replaced.toString().toStdString()));
     EXPECT_EQ(storedBookmarks().size(), 2U) << "nothing is saved";
 }
 
@@ -271,7 +271,7 @@ TEST_F(SandboxDecision, ARecordThatLeadsNowhereMatchesNoFileEither)
     const QUrl gone = newFile(u"gone.map"_s);
     manager();
     MBWSandboxPersistedBookmark *const bookmark = MBWSandboxPersistedBookmark::insertBookmarkForURL(gone,
-                                                                                                  false);
+                                                                                                    false);
     ASSERT_TRUE(bookmark);
     ASSERT_TRUE(QFile::remove(gone.toLocalFile()));
     EXPECT_TRUE(asks(manager(), newFile(u"Iceland.map"_s)));

@@ -8,8 +8,7 @@ using namespace Marblewick;
 namespace {
 
 class SharedSandbox : public SandboxTest
-{
-};
+{ };
 
 /*! A system whose URLs have no security scope, until destruction. */
 class SystemWithoutScope

@@ -199,7 +199,8 @@ TEST_F(SandboxStore, WhosePlaceAFolderHasCannotBeRemovedAndIsTriedAgainAtEachUse
         EXPECT_FALSE(manager()->isNil());
         EXPECT_EQ(count(log.text().toStdString(), openMessage()), 1);
         EXPECT_EQ(count(log.text().toStdString(), removeMessage), 1);
-        EXPECT_THAT(log.text().toStdString(), HasSubstr("] Error loading persisted secure bookmarks: (null)\n"));
+        EXPECT_THAT(log.text().toStdString(),
+                    HasSubstr("] Error loading persisted secure bookmarks: (null)\n"));
     }
     {
         const CapturedStandardError log;
@@ -214,10 +215,10 @@ TEST_F(SandboxStore, WhosePlaceAFolderHasCannotBeRemovedAndIsTriedAgainAtEachUse
         EXPECT_THAT(log.text().toStdString(),
                     HasSubstr("] Cannot start accessing just created security scoped URL: "
                               + file.toString().toStdString() + '\n'));
-        EXPECT_THAT(
-            log.text().toStdString(),
-            HasSubstr("] Error loading persisted secure bookmarks to remove a bookmark: (null)\n"));
-        EXPECT_THAT(log.text().toStdString(), HasSubstr("] Error fetching unresolveable bookmarks: (null)\n"));
+        EXPECT_THAT(log.text().toStdString(),
+                    HasSubstr("] Error loading persisted secure bookmarks to remove a bookmark: (null)\n"));
+        EXPECT_THAT(log.text().toStdString(),
+                    HasSubstr("] Error fetching unresolveable bookmarks: (null)\n"));
         EXPECT_THAT(log.text().toStdString(),
                     HasSubstr("] Unable to save secure persisted bookmarks file: (null)\n"));
         EXPECT_TRUE(manager()->appNeedsToObtainPermissionToAccessURL(file));
@@ -315,9 +316,8 @@ TEST_F(SandboxStore, ThatIsLockedLetsAGrantBeTakenBackInMemory)
     OtherConnection other(storePath());
     other.execute("BEGIN EXCLUSIVE");
     manager()->removePersistedBookmarkForURL(file);
-    EXPECT_THAT(
-        log.text().toStdString(),
-        HasSubstr("] Error loading persisted secure bookmarks to remove a bookmark: Error Domain="));
+    EXPECT_THAT(log.text().toStdString(),
+                HasSubstr("] Error loading persisted secure bookmarks to remove a bookmark: Error Domain="));
     EXPECT_EQ(count(log.text().toStdString(), "Error fetching unresolveable bookmarks: Error Domain="), 1);
     EXPECT_EQ(scope.stopped, QList<QUrl>{file});
     EXPECT_TRUE(manager()->appNeedsToObtainPermissionToAccessURL(file));
