@@ -39,6 +39,7 @@ int main(int argc, char **argv)
         {QStringLiteral("hexadecimal"), benchmarkHexadecimal},
         {QStringLiteral("encryption"), benchmarkEncryption},
         {QStringLiteral("checksum"), benchmarkChecksum},
+        {QStringLiteral("sandbox"), benchmarkSandbox},
     };
     const QStringList wanted = QCoreApplication::arguments().mid(1);
     for (const QString &name : wanted) {
