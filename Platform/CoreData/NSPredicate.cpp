@@ -25,7 +25,8 @@ QVariant pathOf(const QVariant &value)
 
 NSPredicate NSPredicate::predicateWithFormat(const QString &format, const QVariant &argument)
 {
-    static const QRegularExpression comparison(u"^(\\w+)(\\.path)? == (YES|NO|%@)$"_s);
+    static const QRegularExpression comparison(
+        QRegularExpression::anchoredPattern(u"(\\w+)(\\.path)? == (YES|NO|%@)"_s));
     const QRegularExpressionMatch match = comparison.match(format);
     if (!match.hasMatch())
         throw NSException(NSInvalidArgumentException,
