@@ -14,4 +14,5 @@ void benchmarkUpdateCheck();
 void benchmarkLog();
 void benchmarkPanels();
 void benchmarkRichText();
+void benchmarkStore();
 void benchmarkUpload();
