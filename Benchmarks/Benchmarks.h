@@ -15,4 +15,5 @@ void benchmarkLog();
 void benchmarkPanels();
 void benchmarkRichText();
 void benchmarkSandbox();
+void benchmarkStore();
 void benchmarkUpload();

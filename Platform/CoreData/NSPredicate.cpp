@@ -20,7 +20,8 @@ QVariant pathOf(const QVariant &value) { return value.isValid() ? NSURL::path(va
 
 NSPredicate NSPredicate::predicateWithFormat(const QString &format, const QVariant &argument)
 {
-    static const QRegularExpression comparison(u"^(\\w+)(\\.path)? == (YES|NO|%@)$"_s);
+    static const QRegularExpression comparison(
+        QRegularExpression::anchoredPattern(u"(\\w+)(\\.path)? == (YES|NO|%@)"_s));
     const QRegularExpressionMatch match = comparison.match(format);
     if (!match.hasMatch())
         throw NSException(NSInvalidArgumentException,

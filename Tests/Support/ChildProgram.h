@@ -26,6 +26,8 @@ public:
     void endInput();
     /*! What it wrote to standard output so far. */
     QByteArray output() const;
+    /*! Ends it at once, whatever it is doing. */
+    void kill();
     /*! Waits for its end and returns its exit status, or -1 where a signal ended it. */
     int exitStatus();
     /*! How it ended, as waitpid() tells it; for a program whose exitStatus() was asked for. */

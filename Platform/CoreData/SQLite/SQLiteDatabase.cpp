@@ -86,6 +86,8 @@ void distrustSchema(sqlite3 *handle)
     ::sqlite3_db_config(handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     ::sqlite3_db_config(handle, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
     ::sqlite3_db_config(handle, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+    // A column that is missing would otherwise pass for a text.
+    ::sqlite3_db_config(handle, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
 }
 
 } // namespace

@@ -47,6 +47,9 @@ bool ensureRegularFile(const QByteArray &path, bool mayCreate)
     }
     if (!S_ISREG(status.st_mode))
         throw openFailure(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+    // SQLite takes a file of one byte for an empty one.
+    if (status.st_size == 1)
+        throw StoreFailure{NSFileReadCorruptFileError, u"The file is damaged, or no store."_s};
     return false;
 }
 
