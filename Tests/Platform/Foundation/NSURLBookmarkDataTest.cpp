@@ -90,9 +90,9 @@ TEST_F(NSURLBookmarkData, IsSmallAndBeginsWithItsMarkAndVersion)
 TEST_F(NSURLBookmarkData, OfTheLongestPathIsSmallToo)
 {
     QString folder = home.path();
-    while (folder.size() + 200 < 4000)
+    while (folder.size() + 256 < 4093)
         folder += u'/' + QString(199, u'f');
-    folder += u'/' + QString(4095 - 2 - folder.size(), u'g');
+    folder += u'/' + QString(4092 - folder.size(), u'g');
     ASSERT_TRUE(QDir().mkpath(folder));
     const QString file = folder + u"/a"_s;
     ASSERT_EQ(file.size(), 4095);
