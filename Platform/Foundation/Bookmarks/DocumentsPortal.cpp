@@ -40,10 +40,10 @@ std::array<QByteArray, 2> documentsFolders()
 qsizetype documentsFolderLength(const QByteArray &path)
 {
     for (const QByteArray &folder : documentsFolders()) {
-        const QByteArray document = path.mid(folder.size());
-        const bool goesUp = (document + '/').contains("/../");
-        if (path.startsWith(folder) && document.startsWith('/') && !goesUp)
-            return folder.size();
+        if (!path.startsWith(folder + '/'))
+            continue;
+        const bool goesUp = (path.mid(folder.size()) + '/').contains("/../");
+        return goesUp ? 0 : folder.size();
     }
     return 0;
 }

@@ -110,17 +110,16 @@ TEST_P(PortalBookmarks, AreNotMadeOfAFileThatIsMissingInAGrantedFolder)
                     .startsWith(u"Error Domain=NSPOSIXErrorDomain Code=2 "_s));
 }
 
-TEST_P(PortalBookmarks, ResolveAtOnceWhileThePortalDoesNotAnswer)
+TEST_P(PortalBookmarks, ResolveWithoutAskingThePortal)
 {
-    const QString data = host->answer(u"bookmark "_s + grantedFile(u"map.txt"_s));
+    const QString url = grantedFile(u"map.txt"_s);
+    const QString data = host->answer(u"bookmark "_s + url);
     launch();
     portal->stop();
-    QElapsedTimer clock;
-    clock.start();
-    for (int i = 0; i < 10; ++i)
-        EXPECT_TRUE(host->answer(u"resolve "_s + data).endsWith(u"/map.txt"_s));
-    EXPECT_LT(clock.elapsed(), 450);
+    EXPECT_EQ(host->answer(u"resolve "_s + data), url);
     portal->resume();
+    portal->remove(identifierIn(url));
+    EXPECT_FALSE(host->start(url)) << "a portal that was asked while it did not answer is not asked again";
 }
 
 TEST_P(PortalBookmarks, StartAfterHalfASecondAndThenAtOnceWhereThePortalDoesNotAnswer)
@@ -136,7 +135,7 @@ TEST_P(PortalBookmarks, StartAfterHalfASecondAndThenAtOnceWhereThePortalDoesNotA
         EXPECT_TRUE(host->start(url));
         EXPECT_TRUE(host->isReachable(url));
     }
-    EXPECT_LT(clock.elapsed(), 450);
+    EXPECT_LT(clock.elapsed(), 2500) << "ten times half a second would be twice that";
     portal->resume();
     portal->remove(identifierIn(url));
     EXPECT_TRUE(host->start(url)) << "a portal that was slow once is not asked again";
@@ -165,6 +164,20 @@ TEST_P(PortalBookmarks, StartWhateverAStrangerWithThePortalsNameOnTheBusSays)
     EXPECT_TRUE(portal->bus().registerService(u"org.freedesktop.portal.Documents"_s));
     EXPECT_TRUE(host->start(granted));
     EXPECT_TRUE(host->start(removed)) << "nobody is there to refuse it";
+}
+
+TEST(DocumentsPortal, LeavesNothingBehindInATestEvenIfItDoesNotAnswer)
+{
+    if (DocumentsPortal::isImpossible())
+        GTEST_SKIP() << "/dev/fuse is missing, so no documents portal can run on this machine";
+    auto portal = std::make_unique<DocumentsPortal>();
+    const QString home = portal->home();
+    EXPECT_TRUE(readFile(u"/proc/self/mounts"_s).contains(portal->runtimeFolder().toUtf8()));
+    const QByteArray runtimeFolder = portal->runtimeFolder().toUtf8();
+    portal->stop();
+    portal.reset();
+    EXPECT_FALSE(QFile::exists(home));
+    EXPECT_FALSE(readFile(u"/proc/self/mounts"_s).contains(runtimeFolder));
 }
 
 INSTANTIATE_TEST_SUITE_P(Portal, PortalBookmarks, testing::Bool(),

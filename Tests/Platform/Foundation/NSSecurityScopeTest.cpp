@@ -175,6 +175,7 @@ TEST_F(SecurityScope, OfASystemWithoutAnyIsNeitherThereNorStarted)
     EXPECT_FALSE(NSURL::instancesRespondToStartAccessingSecurityScopedResource());
     EXPECT_FALSE(NSURL::startAccessingSecurityScopedResource(url));
     NSURL::stopAccessingSecurityScopedResource(url);
+    NSSecurityScope::setCurrent(NSSecurityScope::systemScope());
 }
 
 TEST_F(SecurityScope, IsTheSystemsWhereTheHostHasNoneOfItsOwn)
