@@ -1,6 +1,7 @@
 #pragma once
 
 /*! One function for each group of figures; each prints its rows. */
+void benchmarkBookmarks();
 void benchmarkCheck();
 void benchmarkChecksum();
 void benchmarkCrashLog();

@@ -36,6 +36,7 @@ int main(int argc, char **argv)
         {QStringLiteral("exception"), benchmarkException},
         {QStringLiteral("panels"), benchmarkPanels},
         {QStringLiteral("richtext"), benchmarkRichText},
+        {QStringLiteral("bookmarks"), benchmarkBookmarks},
         {QStringLiteral("store"), benchmarkStore},
         {QStringLiteral("hexadecimal"), benchmarkHexadecimal},
         {QStringLiteral("encryption"), benchmarkEncryption},

@@ -7,11 +7,9 @@
 #include "Platform/Foundation/NSPathUtilities.h"
 #include "Platform/Foundation/NSURL.h"
 
-#include <QByteArrayList>
 #include <QHash>
 
 #include <cerrno>
-#include <functional>
 
 using namespace Qt::StringLiterals;
 
@@ -24,11 +22,6 @@ std::nullopt_t fail(NSError *error, int code, const QByteArray &path)
     if (error)
         *error = NSError::posixError(code, NSFileManager::stringWithFileSystemRepresentation(path));
     return std::nullopt;
-}
-
-QUrl fileURL(const QByteArray &path)
-{
-    return fileURLWithPath(NSFileManager::stringWithFileSystemRepresentation(path));
 }
 
 Bookmark::Scope scope(NSURLBookmarkCreationOptions options)
@@ -47,16 +40,15 @@ bool isInFolder(const QByteArray &path, const QByteArray &folder)
            && (path.size() == folder.size() || path[folder.size()] == '/');
 }
 
-/*! The places at which a bookmarked item may be, the bookmarked one first. */
-QByteArrayList placesOf(const Bookmark &bookmark)
+/*! The path of a bookmarked item in the home folder as it is now; empty where it was not in that, or the
+   folder is the same.
+*/
+QByteArray pathInHome(const Bookmark &bookmark)
 {
-    QByteArrayList places{bookmark.path};
-    if (bookmark.base == Bookmark::Base::Home) {
-        const QByteArray inHome = homeFolder() + bookmark.path.mid(bookmark.baseLength);
-        if (inHome != bookmark.path)
-            places.append(inHome);
-    }
-    return places;
+    if (bookmark.base != Bookmark::Base::Home)
+        return {};
+    const QByteArray path = homeFolder() + bookmark.path.mid(bookmark.baseLength);
+    return path == bookmark.path ? QByteArray() : path;
 }
 
 /*! Where in the bookmarked folder, which is the one that `place` is in, the item is now: what has its name is
@@ -82,17 +74,13 @@ struct FoundItem
 
 FoundItem find(const Bookmark &bookmark)
 {
-    const QByteArrayList places = placesOf(bookmark);
-    for (const QByteArray &place : places) {
-        if (identityOfItem(place) == bookmark.item)
-            return {place, place == bookmark.path};
-    }
-    for (const QByteArray &place : places) {
-        const QByteArray path = pathInFolder(bookmark, place);
-        if (!path.isEmpty())
-            return {path, false};
-    }
-    return {};
+    if (identityOfItem(bookmark.path) == bookmark.item)
+        return {bookmark.path, true};
+    const QByteArray moved = pathInHome(bookmark);
+    if (!moved.isEmpty() && identityOfItem(moved) == bookmark.item)
+        return {moved, false};
+    const QByteArray path = pathInFolder(bookmark, bookmark.path);
+    return {path.isEmpty() && !moved.isEmpty() ? pathInFolder(bookmark, moved) : path, false};
 }
 
 /*! Where the documents portal shows a bookmarked document; not looked for. */
@@ -157,12 +145,12 @@ std::optional<QUrl> URLByResolvingBookmarkData(const QByteArray &data, NSURLBook
         }
         return std::nullopt;
     }
-    const QUrl url = fileURL(found.path);
+    const QString path = NSFileManager::stringWithFileSystemRepresentation(found.path);
     if (bookmark->scope != Bookmark::Scope::None && (options & NSURLBookmarkResolutionWithSecurityScope))
-        readOnlyScopes().insert(path(url), bookmark->scope == Bookmark::Scope::ReadOnly);
+        readOnlyScopes().insert(path, bookmark->scope == Bookmark::Scope::ReadOnly);
     if (isStale)
         *isStale = !found.isAsBookmarked;
-    return url;
+    return fileURLWithPath(path);
 }
 
 bool instancesRespondToStartAccessingSecurityScopedResource()

@@ -151,7 +151,9 @@ bool isComplete(const Bookmark &bookmark)
 
 QByteArray Bookmark::data() const
 {
-    QByteArray bytes = magic.toByteArray();
+    QByteArray bytes;
+    bytes.reserve(path.size() + 256); // identities are about 50 bytes each
+    bytes += magic;
     append(&bytes, currentVersion);
     appendRecord(&bytes, Tag::Path, path);
     if (base != Base::None) {

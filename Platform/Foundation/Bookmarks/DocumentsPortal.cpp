@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <fcntl.h>
 #include <future>
-#include <linux/magic.h>
-#include <sys/vfs.h>
+#include <sys/stat.h>
 #include <system_error>
 #include <thread>
 #include <unistd.h>
@@ -16,10 +16,12 @@ namespace {
 
 constexpr std::chrono::milliseconds timeLimit(500);
 
-bool isThere(const QByteArray &documentsFolder)
+/*! Whether a file system is shown at the folder. Of which kind it is the portal refuses to say there. */
+bool isShown(const QByteArray &documentsFolder)
 {
-    struct statfs status = {};
-    return ::statfs(documentsFolder.constData(), &status) == 0 && status.f_type == FUSE_SUPER_MAGIC;
+    struct statx status = {};
+    return ::statx(AT_FDCWD, documentsFolder.constData(), 0, 0, &status) == 0
+           && (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
 }
 
 /*! The folders in which the portal shows documents: the one whose paths it hands out, and the one that this
@@ -38,10 +40,10 @@ std::array<QByteArray, 2> documentsFolders()
 qsizetype documentsFolderLength(const QByteArray &path)
 {
     for (const QByteArray &folder : documentsFolders()) {
-        const QByteArray document = path.mid(folder.size());
-        const bool goesUp = (document + '/').contains("/../");
-        if (path.startsWith(folder) && document.startsWith('/') && !goesUp)
-            return folder.size();
+        if (!path.startsWith(folder + '/'))
+            continue;
+        const bool goesUp = (path.mid(folder.size()) + '/').contains("/../");
+        return goesUp ? 0 : folder.size();
     }
     return 0;
 }
@@ -60,7 +62,7 @@ std::optional<int> answerOfDocumentsPortal(const QByteArray &documentsFolder, st
     if (isSlow)
         return std::nullopt;
     std::packaged_task<std::optional<int>()> task([documentsFolder, question = std::move(question)] {
-        return isThere(documentsFolder) ? std::optional(question()) : std::nullopt;
+        return isShown(documentsFolder) ? std::optional(question()) : std::nullopt;
     });
     auto answer = task.get_future();
     try {
