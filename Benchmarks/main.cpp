@@ -38,10 +38,10 @@ int main(int argc, char **argv)
         {QStringLiteral("richtext"), benchmarkRichText},
         {QStringLiteral("bookmarks"), benchmarkBookmarks},
         {QStringLiteral("store"), benchmarkStore},
+        {QStringLiteral("sandbox"), benchmarkSandbox},
         {QStringLiteral("hexadecimal"), benchmarkHexadecimal},
         {QStringLiteral("encryption"), benchmarkEncryption},
         {QStringLiteral("checksum"), benchmarkChecksum},
-        {QStringLiteral("sandbox"), benchmarkSandbox},
     };
     const QStringList wanted = QCoreApplication::arguments().mid(1);
     for (const QString &name : wanted) {

@@ -7,16 +7,35 @@
 
 using namespace Marblewick;
 
+namespace {
+
+/*! The place of a URL among those of its path; the end of these where it is not there. */
+template <typename URLsByPath>
+auto find(URLsByPath &urls, const QUrl &url, const QString &path)
+{
+    const auto [first, last] = urls.equal_range(path);
+    const auto place = std::find_if(first, last, [&](const auto &entry) { return entry.second == url; });
+    return std::pair(place, place != last);
+}
+
+} // namespace
+
 void FileURLSet::insert(const QUrl &url)
 {
     const QString path = NSURL::path(url);
-    if (!m_urls.contains(path, url))
-        m_urls.insert(path, url);
+    const auto [place, isThere] = find(m_urls, url, path);
+    if (!isThere)
+        m_urls.emplace_hint(place, path, url);
 }
 
-void FileURLSet::remove(const QUrl &url) { m_urls.remove(NSURL::path(url), url); }
+void FileURLSet::remove(const QUrl &url)
+{
+    const auto [place, isThere] = find(m_urls, url, NSURL::path(url));
+    if (isThere)
+        m_urls.erase(place);
+}
 
-bool FileURLSet::contains(const QUrl &url) const { return m_urls.contains(NSURL::path(url), url); }
+bool FileURLSet::contains(const QUrl &url) const { return find(m_urls, url, NSURL::path(url)).second; }
 
 std::optional<QUrl> FileURLSet::urlThatIsPrefixOfPath(const QString &path) const
 {
@@ -25,15 +44,15 @@ std::optional<QUrl> FileURLSet::urlThatIsPrefixOfPath(const QString &path) const
     // two.
     QString rest = path;
     while (!rest.isEmpty()) {
-        const auto behind = m_urls.upperBound(rest);
+        const auto behind = m_urls.upper_bound(rest);
         if (behind == m_urls.begin())
             return std::nullopt;
-        const auto candidate = std::prev(behind);
-        if (candidate.key().isEmpty())
+        const auto &[candidate, url] = *std::prev(behind);
+        if (candidate.isEmpty())
             return std::nullopt;
-        if (rest.startsWith(candidate.key()))
-            return candidate.value();
-        const auto difference = std::ranges::mismatch(rest, candidate.key()).in1;
+        if (rest.startsWith(candidate))
+            return url;
+        const auto difference = std::ranges::mismatch(rest, candidate).in1;
         rest.truncate(difference - rest.cbegin());
     }
     return std::nullopt;
@@ -42,6 +61,7 @@ std::optional<QUrl> FileURLSet::urlThatIsPrefixOfPath(const QString &path) const
 std::optional<QUrl> FileURLSet::urlThatMatches(const QUrl &url) const
 {
     const QString path = NSURL::path(url);
-    const auto [first, last] = m_urls.equal_range(path);
-    return first != last && NSURL::fileURLWithPath(path) == url ? std::optional(first.value()) : std::nullopt;
+    const auto member = m_urls.find(path);
+    return member != m_urls.end() && NSURL::fileURLWithPath(path) == url ? std::optional(member->second)
+                                                                         : std::nullopt;
 }

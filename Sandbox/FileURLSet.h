@@ -1,9 +1,11 @@
 #pragma once
 
-#include <QMultiMap>
+#include <QString>
 #include <QUrl>
 
+#include <map>
 #include <optional>
+#include <ranges>
 
 /*! A set of file URLs, as equal as their texts are. What it is asked by path takes a few comparisons, however
     many URLs it holds.
@@ -22,9 +24,9 @@ public:
     /*! A URL in the set for whose path fileURLWithPath() makes `url`. */
     std::optional<QUrl> urlThatMatches(const QUrl &url) const;
 
-    auto begin() const { return m_urls.begin(); }
-    auto end() const { return m_urls.end(); }
+    /*! All of them, in the order of their paths. */
+    auto urls() const { return std::views::values(m_urls); }
 
 private:
-    QMultiMap<QString, QUrl> m_urls; ///< by path
+    std::multimap<QString, QUrl> m_urls; ///< by path
 };

@@ -195,7 +195,7 @@ void MBWSandboxManager::removePersistedBookmarkForURL(const QUrl &url)
 
 void MBWSandboxManager::closeAllSecureBookmarks()
 {
-    for (const QUrl &url : d->accessedURLs)
+    for (const QUrl &url : d->accessedURLs.urls())
         NSURL::stopAccessingSecurityScopedResource(url);
 }
 

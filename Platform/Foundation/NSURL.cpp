@@ -71,11 +71,12 @@ QUrl fileURLWithPath(const QString &path)
     QUrl url;
     url.setScheme(u"file"_s);
     url.setHost(QString()); // setPath() would take two slashes at the beginning for one
-    const QByteArray bytes = NSFileManager::fileSystemRepresentationWithPath(path);
-    if (bytes.isValidUtf8())
+    if (path.isValidUtf16()) {
         url.setPath(path, QUrl::DecodedMode);
-    else
+    } else {
+        const QByteArray bytes = NSFileManager::fileSystemRepresentationWithPath(path);
         url.setPath(QString::fromLatin1(bytes.toPercentEncoding("!$&'()*+,/:;=@[]")), QUrl::TolerantMode);
+    }
     return url;
 }
 

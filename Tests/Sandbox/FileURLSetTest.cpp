@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QSet>
-
 #include <random>
 
 using namespace Qt::StringLiterals;
@@ -27,7 +25,7 @@ FileURLSet setOf(const QStringList &paths)
 TEST(FileURLSet, HoldsAURLOnce)
 {
     FileURLSet set = setOf({u"/maps"_s, u"/maps"_s});
-    EXPECT_EQ(std::distance(set.begin(), set.end()), 1);
+    EXPECT_EQ(std::ranges::distance(set.urls()), 1);
     set.remove(urlOf(u"/maps"_s));
     EXPECT_FALSE(set.contains(urlOf(u"/maps"_s)));
 }

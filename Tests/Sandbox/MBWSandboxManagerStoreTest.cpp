@@ -266,6 +266,8 @@ TEST_F(SandboxStore, ThatIsUnreadableIsThrownAwayAndMadeAfresh)
 TEST_F(SandboxStore, ThatIsReadOnlyIsReadAndNotThrownAway)
 {
     const QUrl file = newFile(u"Iceland.map"_s);
+    ASSERT_EQ(::chmod(qPrintable(path({})), 0755), 0);
+    ASSERT_EQ(::chmod(qPrintable(file.path()), 0666), 0);
     EXPECT_TRUE(resultInUnprivilegedChild(home.path(), [&] {
         manager()->appDidObtainPermissionToAccessURL(file);
         const QByteArray bytes = readFile(storePath());

@@ -95,8 +95,9 @@ void distrustSchema(sqlite3 *handle)
 SQLiteDatabase::SQLiteDatabase(const QByteArray &path, bool isReadOnly)
 {
     sqlite3 *handle = nullptr;
-    const int result = ::sqlite3_open_v2(path.constData(), &handle,
-                                         isReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE, nullptr);
+    // One thread works with a store, so each of its many small calls can do without a lock.
+    const int flags = SQLITE_OPEN_NOMUTEX | (isReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE);
+    const int result = ::sqlite3_open_v2(path.constData(), &handle, flags, nullptr);
     m_handle.reset(handle);
     if (result != SQLITE_OK) {
         const bool passes = !handle || mayPass(::sqlite3_system_errno(handle));
