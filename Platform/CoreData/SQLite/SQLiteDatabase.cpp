@@ -95,8 +95,8 @@ void distrustSchema(sqlite3 *handle)
 SQLiteDatabase::SQLiteDatabase(const QByteArray &path, bool isReadOnly)
 {
     sqlite3 *handle = nullptr;
-    const int result = ::sqlite3_open_v2(path.constData(), &handle,
-                                         isReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE, nullptr);
+    const int access = isReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE;
+    const int result = ::sqlite3_open_v2(path.constData(), &handle, access | SQLITE_OPEN_NOMUTEX, nullptr);
     m_handle.reset(handle);
     if (result != SQLITE_OK) {
         const bool passes = !handle || mayPass(::sqlite3_system_errno(handle));
@@ -209,12 +209,6 @@ QVariant SQLiteStatement::value(int column, NSAttributeType type) const
         return QString::fromUtf8(text ? text : "", ::sqlite3_column_bytes(handle, column));
     }
     return {};
-}
-
-int SQLiteStatement::size(int column) const
-{
-    const int type = ::sqlite3_column_type(m_handle.get(), column);
-    return type == SQLITE_BLOB || type == SQLITE_TEXT ? ::sqlite3_column_bytes(m_handle.get(), column) : 0;
 }
 
 SQLiteTransaction::SQLiteTransaction(SQLiteDatabase &database, Kind kind)

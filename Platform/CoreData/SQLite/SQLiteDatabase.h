@@ -61,8 +61,8 @@ public:
     qint64 integer(int column) const { return ::sqlite3_column_int64(m_handle.get(), column); }
     /*! Nil where the column holds another type. */
     QVariant value(int column, NSAttributeType type) const;
-    /*! What a column's bytes or text take; 0 for a number. */
-    int size(int column) const;
+    /*! What a column takes as bytes or text. */
+    int size(int column) const { return ::sqlite3_column_bytes(m_handle.get(), column); }
 
 private:
     struct Finalize

@@ -74,7 +74,8 @@ StoreRecord record(const SQLiteStatement &select, const NSEntityDescription &ent
             continue;
         }
         record.values.append(select.value(column, attribute.type));
-        size += select.size(column);
+        if (attribute.type != NSAttributeType::Boolean)
+            size += select.size(column);
         ++column;
     }
     return record;
