@@ -194,21 +194,22 @@ void SQLiteStatement::run()
     ::sqlite3_reset(m_handle.get());
 }
 
-QVariant SQLiteStatement::value(int column, NSAttributeType type) const
+QVariant SQLiteStatement::value(int column, NSAttributeType type, qint64 &size) const
 {
     sqlite3_stmt *const handle = m_handle.get();
     const int found = ::sqlite3_column_type(handle, column);
     if (type == NSAttributeType::Boolean)
         return found == SQLITE_INTEGER ? QVariant(::sqlite3_column_int64(handle, column) != 0) : QVariant();
-    if (type == NSAttributeType::BinaryData && found == SQLITE_BLOB) {
-        const auto *const bytes = static_cast<const char *>(::sqlite3_column_blob(handle, column));
-        return QByteArray(bytes ? bytes : "", ::sqlite3_column_bytes(handle, column));
-    }
-    if (type == NSAttributeType::String && found == SQLITE_TEXT) {
-        const auto *const text = reinterpret_cast<const char *>(::sqlite3_column_text(handle, column));
-        return QString::fromUtf8(text ? text : "", ::sqlite3_column_bytes(handle, column));
-    }
-    return {};
+    const bool isData = type == NSAttributeType::BinaryData;
+    if (found != (isData ? SQLITE_BLOB : SQLITE_TEXT))
+        return {};
+    // The pointer, which is null for no bytes, before the size, which is that of what it points to.
+    const void *const content = isData ? ::sqlite3_column_blob(handle, column)
+                                       : ::sqlite3_column_text(handle, column);
+    const int count = ::sqlite3_column_bytes(handle, column);
+    const QByteArrayView bytes(static_cast<const char *>(content), count);
+    size += count;
+    return isData ? QVariant(bytes.toByteArray()) : QVariant(QString::fromUtf8(bytes));
 }
 
 SQLiteTransaction::SQLiteTransaction(SQLiteDatabase &database, Kind kind)
