@@ -36,7 +36,10 @@ public:
         : m_name(name)
         , m_managedObjectClassName(managedObjectClassName)
         , m_attributes(attributes)
-    { }
+    {
+        for (const NSAttributeDescription &attribute : attributes)
+            m_defaultValues.append(attribute.defaultValue);
+    }
 
     /*! The entity in the model that a context works with; null where there is none. It lives as long as the
         model. Main thread.
@@ -47,11 +50,14 @@ public:
     QString name() const { return m_name; }
     QString managedObjectClassName() const { return m_managedObjectClassName; }
     const QList<NSAttributeDescription> &attributes() const { return m_attributes; }
+    /*! Of the attributes, in their order. */
+    const QVariantList &defaultValues() const { return m_defaultValues; }
 
 private:
     QString m_name;
     QString m_managedObjectClassName;
     QList<NSAttributeDescription> m_attributes;
+    QVariantList m_defaultValues;
 };
 
 } // namespace Marblewick

@@ -7,6 +7,7 @@
 #include <QHash>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -14,8 +15,8 @@ namespace Marblewick {
 
 namespace {
 
-using Factories =
-    QHash<QString, std::function<std::unique_ptr<NSManagedObject>(const NSEntityDescription &)>>;
+using Factory = std::unique_ptr<NSManagedObject> (*)(const NSEntityDescription &entity);
+using Factories = QHash<QString, Factory>;
 
 Factories &factories()
 {
@@ -25,7 +26,7 @@ Factories &factories()
 
 } // namespace
 
-void NSManagedObject::registerFactory(const QString &name, const Factory &factory)
+void NSManagedObject::registerFactory(const QString &name, Factory factory)
 {
     factories().insert(name, factory);
 }
@@ -44,11 +45,8 @@ NSManagedObject *NSManagedObject::initWithEntity(const NSEntityDescription &enti
 
 NSManagedObject::NSManagedObject(const NSEntityDescription &entity)
     : m_entity(&entity)
-{
-    m_values.reserve(entity.attributes().size());
-    for (const NSAttributeDescription &attribute : entity.attributes())
-        m_values.append(attribute.defaultValue);
-}
+    , m_values(entity.defaultValues())
+{ }
 
 NSManagedObject::~NSManagedObject() = default;
 
@@ -99,14 +97,15 @@ qsizetype NSManagedObject::indexOfAttribute(const QString &key) const
 
 StoreRecord NSManagedObject::record() const { return {m_entity, m_identifier, m_values}; }
 
-void NSManagedObject::adopt(const StoreRecord &record)
+void NSManagedObject::adopt(StoreRecord &&record)
 {
     m_identifier = record.identifier;
     if (m_isUpdated)
         return;
+    const QVariantList former = std::exchange(m_values, std::move(record.values));
     for (qsizetype i = 0; i < m_values.size(); ++i) {
-        if (!m_entity->attributes().at(i).isTransient)
-            m_values[i] = record.values.at(i);
+        if (m_entity->attributes().at(i).isTransient)
+            m_values[i] = former.at(i);
     }
 }
 

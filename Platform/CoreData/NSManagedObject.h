@@ -6,7 +6,6 @@
 #include <QString>
 #include <QVariant>
 
-#include <functional>
 #include <memory>
 
 namespace Marblewick {
@@ -72,15 +71,15 @@ public:
 private:
     friend class NSManagedObjectContext;
 
-    using Factory = std::function<std::unique_ptr<NSManagedObject>(const NSEntityDescription &)>;
-    static void registerFactory(const QString &name, const Factory &factory);
+    using Factory = std::unique_ptr<NSManagedObject> (*)(const NSEntityDescription &entity);
+    static void registerFactory(const QString &name, Factory factory);
     static std::unique_ptr<NSManagedObject> create(const NSEntityDescription &entity);
 
     qsizetype indexOfAttribute(const QString &key) const;
 
     StoreRecord record() const;
     /*! Takes over a stored record's values, unless they were changed here. */
-    void adopt(const StoreRecord &record);
+    void adopt(StoreRecord &&record);
 
     const NSEntityDescription *m_entity;
     QVariantList m_values; // as the entity's attributes

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <set>
+#include <span>
 
 using namespace Qt::StringLiterals;
 
@@ -21,6 +22,11 @@ bool fail(NSError *error, const StoreFailure &failure, const QString &path)
 }
 
 } // namespace
+
+NSManagedObjectContext::Key NSManagedObjectContext::keyOf(const std::unique_ptr<NSManagedObject> &object)
+{
+    return {&object->entity(), object->m_identifier};
+}
 
 NSManagedObjectContext::NSManagedObjectContext(NSManagedObjectContextConcurrencyType) { }
 
@@ -53,12 +59,12 @@ std::optional<QList<NSManagedObject *>> NSManagedObjectContext::executeFetchRequ
 
     // A predicate may run a record's own code, which may insert and delete.
     QList<NSManagedObject *> objects;
-    for (auto stored = m_stored.lower_bound({entity, 0});
-         stored != m_stored.end() && stored->first.first == entity; ++stored)
-        objects.append(stored->second.get());
-    for (const auto &inserted : m_inserted) {
-        if (&inserted->entity() == entity)
-            objects.append(inserted.get());
+    objects.reserve(static_cast<qsizetype>(m_stored.size() + m_inserted.size()));
+    for (const Objects *some : {&m_stored, &m_inserted}) {
+        for (const auto &object : *some) {
+            if (&object->entity() == entity)
+                objects.append(object.get());
+        }
     }
     if (const std::optional<NSPredicate> predicate = request.predicate())
         objects.removeIf([&](NSManagedObject *object) { return !predicate->evaluateWithObject(*object); });
@@ -72,23 +78,20 @@ NSManagedObject *NSManagedObjectContext::insertObject(std::unique_ptr<NSManagedO
 
 void NSManagedObjectContext::deleteObject(NSManagedObject *object)
 {
-    const auto stored = m_stored.find({&object->entity(), object->m_identifier});
-    if (stored != m_stored.end()) {
-        m_deleted.push_back(std::move(stored->second));
-        m_stored.erase(stored);
-        return;
-    }
-    const auto inserted = std::ranges::find(m_inserted, object, &std::unique_ptr<NSManagedObject>::get);
-    if (inserted != m_inserted.end()) {
-        m_deleted.push_back(std::move(*inserted));
-        m_inserted.erase(inserted);
+    for (Objects *some : {&m_stored, &m_inserted}) {
+        const auto found = std::ranges::find(*some, object, &std::unique_ptr<NSManagedObject>::get);
+        if (found != some->end()) {
+            m_deleted.push_back(std::move(*found));
+            some->erase(found);
+            return;
+        }
     }
 }
 
 bool NSManagedObjectContext::hasChanges() const
 {
     return !m_inserted.empty() || !m_deleted.empty()
-           || std::ranges::any_of(m_stored, [](const auto &entry) { return entry.second->m_isUpdated; });
+           || std::ranges::any_of(m_stored, [](const auto &object) { return object->m_isUpdated; });
 }
 
 bool NSManagedObjectContext::refresh(NSError *error)
@@ -101,34 +104,37 @@ bool NSManagedObjectContext::refresh(NSError *error)
     if (reading == PersistentStore::Reading::Failed)
         return fail(error, failure, m_coordinator->m_path);
     if (reading == PersistentStore::Reading::Read)
-        adopt(records);
+        adopt(std::move(records));
     return true;
 }
 
-void NSManagedObjectContext::adopt(const std::vector<StoreRecord> &records)
+void NSManagedObjectContext::adopt(std::vector<StoreRecord> &&records)
 {
-    std::set<StoredKey> deletedHere;
+    std::set<Key> deletedHere;
     for (const auto &object : m_deleted)
-        deletedHere.insert({&object->entity(), object->m_identifier});
+        deletedHere.insert(keyOf(object));
 
-    auto former = std::exchange(m_stored, {});
-    for (const StoreRecord &record : records) {
-        const StoredKey key(record.entity, record.identifier);
-        if (deletedHere.contains(key))
+    Objects former = std::exchange(m_stored, {});
+    m_stored.reserve(records.size());
+    auto next = former.begin();
+    for (StoreRecord &record : records) {
+        const Key key(record.entity, record.identifier);
+        for (; next != former.end() && keyOf(*next) < key; ++next)
+            retire(std::move(*next));
+        const bool isKnown = next != former.end() && keyOf(*next) == key;
+        if (!isKnown && deletedHere.contains(key))
             continue;
-        auto known = former.extract(key);
-        std::unique_ptr<NSManagedObject> object = known ? std::move(known.mapped())
-                                                        : NSManagedObject::create(*record.entity);
-        object->adopt(record);
-        m_stored.emplace_hint(m_stored.end(), key, std::move(object));
+        m_stored.push_back(isKnown ? std::move(*next++) : NSManagedObject::create(*record.entity));
+        m_stored.back()->adopt(std::move(record));
     }
-    // What is left, another process has deleted. Callers may still hold it, as what they delete themselves.
-    for (auto &[key, object] : former) {
-        if (object->m_isUpdated)
-            m_stored.emplace(key, std::move(object));
-        else
-            m_deleted.push_back(std::move(object));
-    }
+    for (; next != former.end(); ++next)
+        retire(std::move(*next));
+}
+
+void NSManagedObjectContext::retire(std::unique_ptr<NSManagedObject> object)
+{
+    // Callers may still hold it, as what they delete themselves.
+    (object->m_isUpdated ? m_stored : m_deleted).push_back(std::move(object));
 }
 
 bool NSManagedObjectContext::save(NSError *error)
@@ -143,7 +149,7 @@ bool NSManagedObjectContext::save(NSError *error)
             deleted.push_back(object->record());
     }
     std::vector<StoreRecord> written;
-    for (const auto &[key, object] : m_stored) {
+    for (const auto &object : m_stored) {
         if (object->m_isUpdated)
             written.push_back(object->record());
     }
@@ -157,14 +163,14 @@ bool NSManagedObjectContext::save(NSError *error)
         return fail(error, failure, m_coordinator->m_path);
 
     m_deleted.clear();
-    for (const auto &[key, object] : m_stored)
+    for (const auto &object : m_stored)
         object->m_isUpdated = false;
+    const auto newRecords = std::span(written).subspan(countOfUpdated);
     for (size_t i = 0; i < m_inserted.size(); ++i) {
-        std::unique_ptr<NSManagedObject> &object = m_inserted[i];
-        object->m_identifier = written[countOfUpdated + i].identifier;
-        object->m_isUpdated = false;
-        const StoredKey key(&object->entity(), object->m_identifier);
-        m_stored.emplace(key, std::move(object));
+        m_inserted[i]->m_identifier = newRecords[i].identifier;
+        m_inserted[i]->m_isUpdated = false;
+        const auto place = std::ranges::upper_bound(m_stored, keyOf(m_inserted[i]), {}, keyOf);
+        m_stored.insert(place, std::move(m_inserted[i]));
     }
     m_inserted.clear();
     return true;

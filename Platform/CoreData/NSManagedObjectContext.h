@@ -8,7 +8,6 @@
 
 #include <QList>
 
-#include <map>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -71,19 +70,24 @@ public:
 private:
     friend class NSManagedObject;
 
-    using StoredKey = std::pair<const NSEntityDescription *, qint64>;
+    using Objects = std::vector<std::unique_ptr<NSManagedObject>>;
+
+    using Key = std::pair<const NSEntityDescription *, qint64>;
+    static Key keyOf(const std::unique_ptr<NSManagedObject> &object);
 
     NSManagedObject *insertObject(std::unique_ptr<NSManagedObject> object);
     /*! Brings the objects up to date with the store. */
     bool refresh(NSError *error);
-    void adopt(const std::vector<StoreRecord> &records);
+    void adopt(std::vector<StoreRecord> &&records);
+    /*! Keeps an object that is not in the store any more where it was changed here, and otherwise deletes it.
+     */
+    void retire(std::unique_ptr<NSManagedObject> object);
 
     std::shared_ptr<NSPersistentStoreCoordinator> m_coordinator;
     NSMergePolicy m_mergePolicy = NSOverwriteMergePolicy;
-    std::map<StoredKey, std::unique_ptr<NSManagedObject>> m_stored;
-    std::vector<std::unique_ptr<NSManagedObject>> m_inserted;
-    std::vector<std::unique_ptr<NSManagedObject>>
-        m_deleted; // stored ones, until that is saved, and inserted ones
+    Objects m_stored; // in the order of their keys
+    Objects m_inserted;
+    Objects m_deleted; // stored ones, until that is saved, and inserted ones
 };
 
 } // namespace Marblewick

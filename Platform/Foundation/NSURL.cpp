@@ -71,7 +71,9 @@ QUrl fileURLWithPath(const QString &path)
     QUrl url;
     url.setScheme(u"file"_s);
     url.setHost(QString()); // setPath() would take two slashes at the beginning for one
-    if (path.isValidUtf16()) {
+    if (!path.contains(u'%') && path.isValidUtf16()) {
+        url.setPath(path, QUrl::TolerantMode); // nothing to decode, which is quicker
+    } else if (path.isValidUtf16()) {
         url.setPath(path, QUrl::DecodedMode);
     } else {
         const QByteArray bytes = NSFileManager::fileSystemRepresentationWithPath(path);

@@ -95,9 +95,8 @@ void distrustSchema(sqlite3 *handle)
 SQLiteDatabase::SQLiteDatabase(const QByteArray &path, bool isReadOnly)
 {
     sqlite3 *handle = nullptr;
-    // One thread works with a store, so each of its many small calls can do without a lock.
-    const int flags = SQLITE_OPEN_NOMUTEX | (isReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE);
-    const int result = ::sqlite3_open_v2(path.constData(), &handle, flags, nullptr);
+    const int access = isReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE;
+    const int result = ::sqlite3_open_v2(path.constData(), &handle, access | SQLITE_OPEN_NOMUTEX, nullptr);
     m_handle.reset(handle);
     if (result != SQLITE_OK) {
         const bool passes = !handle || mayPass(::sqlite3_system_errno(handle));
@@ -195,27 +194,22 @@ void SQLiteStatement::run()
     ::sqlite3_reset(m_handle.get());
 }
 
-QVariant SQLiteStatement::value(int column, NSAttributeType type) const
+QVariant SQLiteStatement::value(int column, NSAttributeType type, qint64 &size) const
 {
     sqlite3_stmt *const handle = m_handle.get();
     const int found = ::sqlite3_column_type(handle, column);
     if (type == NSAttributeType::Boolean)
         return found == SQLITE_INTEGER ? QVariant(::sqlite3_column_int64(handle, column) != 0) : QVariant();
-    if (type == NSAttributeType::BinaryData && found == SQLITE_BLOB) {
-        const auto *const bytes = static_cast<const char *>(::sqlite3_column_blob(handle, column));
-        return QByteArray(bytes ? bytes : "", ::sqlite3_column_bytes(handle, column));
-    }
-    if (type == NSAttributeType::String && found == SQLITE_TEXT) {
-        const auto *const text = reinterpret_cast<const char *>(::sqlite3_column_text(handle, column));
-        return QString::fromUtf8(text ? text : "", ::sqlite3_column_bytes(handle, column));
-    }
-    return {};
-}
-
-int SQLiteStatement::size(int column) const
-{
-    const int type = ::sqlite3_column_type(m_handle.get(), column);
-    return type == SQLITE_BLOB || type == SQLITE_TEXT ? ::sqlite3_column_bytes(m_handle.get(), column) : 0;
+    const bool isData = type == NSAttributeType::BinaryData;
+    if (found != (isData ? SQLITE_BLOB : SQLITE_TEXT))
+        return {};
+    // The pointer, which is null for no bytes, before the size, which is that of what it points to.
+    const void *const content = isData ? ::sqlite3_column_blob(handle, column)
+                                       : ::sqlite3_column_text(handle, column);
+    const int count = ::sqlite3_column_bytes(handle, column);
+    const QByteArrayView bytes(static_cast<const char *>(content), count);
+    size += count;
+    return isData ? QVariant(bytes.toByteArray()) : QVariant(QString::fromUtf8(bytes));
 }
 
 SQLiteTransaction::SQLiteTransaction(SQLiteDatabase &database, Kind kind)

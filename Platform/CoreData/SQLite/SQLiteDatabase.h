@@ -59,10 +59,8 @@ public:
     void run();
 
     qint64 integer(int column) const { return ::sqlite3_column_int64(m_handle.get(), column); }
-    /*! Nil where the column holds another type. */
-    QVariant value(int column, NSAttributeType type) const;
-    /*! What a column's bytes or text take; 0 for a number. */
-    int size(int column) const;
+    /*! Nil where the column holds another type. Adds to `size` what the bytes or the text take. */
+    QVariant value(int column, NSAttributeType type, qint64 &size) const;
 
 private:
     struct Finalize

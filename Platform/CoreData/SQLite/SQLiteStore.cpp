@@ -61,7 +61,7 @@ bool mayPass(const StoreFailure &failure)
            && failure.code != NSPersistentStoreIncompatibleVersionHashError;
 }
 
-/*! The record that a statement has come to, and in `size` what its values take. */
+/*! The record that a statement has come to, and adds to `size` what its values take. */
 StoreRecord record(const SQLiteStatement &select, const NSEntityDescription &entity, int storedVersion,
                    qint64 &size)
 {
@@ -73,8 +73,7 @@ StoreRecord record(const SQLiteStatement &select, const NSEntityDescription &ent
             record.values.append(attribute.defaultValue);
             continue;
         }
-        record.values.append(select.value(column, attribute.type));
-        size += select.size(column);
+        record.values.append(select.value(column, attribute.type, size));
         ++column;
     }
     return record;
