@@ -68,16 +68,20 @@ std::optional<QUrl> URLWithString(const QString &text)
 
 QUrl fileURLWithPath(const QString &path)
 {
-    QUrl url;
-    url.setScheme(u"file"_s);
-    url.setHost(QString()); // setPath() would take two slashes at the beginning for one
-    if (!path.contains(u'%') && path.isValidUtf16()) {
-        url.setPath(path, QUrl::TolerantMode); // nothing to decode, which is quicker
-    } else if (path.isValidUtf16()) {
-        url.setPath(path, QUrl::DecodedMode);
-    } else {
+    static const QUrl withoutPath = [] {
+        QUrl url;
+        url.setScheme(u"file"_s);
+        url.setHost(QString()); // setPath() would take two slashes at the beginning for one
+        return url;
+    }();
+    QUrl url = withoutPath;
+    if (!path.isValidUtf16()) {
         const QByteArray bytes = NSFileManager::fileSystemRepresentationWithPath(path);
         url.setPath(QString::fromLatin1(bytes.toPercentEncoding("!$&'()*+,/:;=@[]")), QUrl::TolerantMode);
+    } else if (path.contains(u'%')) {
+        url.setPath(path, QUrl::DecodedMode);
+    } else {
+        url.setPath(path, QUrl::TolerantMode); // the same, quicker
     }
     return url;
 }
