@@ -95,13 +95,12 @@ QStringList DocumentsPortal::commandOutside(const QString &program) const
 
 QStringList DocumentsPortal::commandInSandbox(const QString &program) const
 {
-    const QString info = m_folder + u"/flatpak-info"_s;
     const QString ownHome = home() + u"/.var/app/"_s + applicationIdentifier();
     const QString shared = home() + u"/shared"_s;
     const QString programs = QCoreApplication::applicationDirPath();
     const QString build = QFileInfo(programs).path();
     const QString runtimeFolderInside = u"/run/user/%1"_s.arg(::getuid());
-    writeFile(info, "[Application]\nname=" + applicationIdentifier().toUtf8() + '\n');
+    writeFile(sandboxInfo(), "[Application]\nname=" + applicationIdentifier().toUtf8() + '\n');
     EXPECT_TRUE(QDir().mkpath(ownHome));
     EXPECT_TRUE(QDir().mkpath(shared));
     return QStringList{u"bwrap"_s, u"--die-with-parent"_s}
@@ -110,7 +109,7 @@ QStringList DocumentsPortal::commandInSandbox(const QString &program) const
            << QStringList{u"--symlink"_s, u"usr/lib64"_s, u"/lib64"_s}
            << QStringList{u"--proc"_s, u"/proc"_s, u"--dev"_s, u"/dev"_s}
            << QStringList{u"--ro-bind"_s, build, build}
-           << QStringList{u"--ro-bind"_s, info, u"/.flatpak-info"_s}
+           << QStringList{u"--ro-bind"_s, sandboxInfo(), u"/.flatpak-info"_s}
            << QStringList{u"--bind"_s, ownHome, ownHome} << QStringList{u"--bind"_s, shared, shared}
            << QStringList{u"--bind"_s, runtimeFolder() + u"/doc/by-app/"_s + applicationIdentifier(),
                           u"/run/flatpak/doc"_s}

@@ -51,6 +51,8 @@ public:
        user's.
     */
     QStringList commandInSandbox(const QString &program) const;
+    /*! The file that describes the sandbox of the last such command to the program. */
+    QString sandboxInfo() const { return m_folder + QStringLiteral("/flatpak-info"); }
 
 private:
     void command(const QByteArray &name);

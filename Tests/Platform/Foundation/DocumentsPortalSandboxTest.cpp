@@ -22,6 +22,25 @@ protected:
 
 TEST_F(SandboxedBookmarks, HaveTheApplicationsOwnHome) { EXPECT_EQ(host->answer(u"home"_s), ownHome()); }
 
+TEST_F(SandboxedBookmarks, ReadTheApplicationsNameAmongOtherSettings)
+{
+    writeFile(portal->sandboxInfo(),
+              "[Context]\nname=no\n\n[Application]\r\nruntime=a/b\r\n name=org.example.App \r\n");
+    EXPECT_EQ(host->answer(u"home"_s), portal->home() + u"/.var/app/org.example.App"_s);
+}
+
+TEST_F(SandboxedBookmarks, HaveTheUsersHomeWhereNoApplicationIsNamed)
+{
+    for (const QByteArray &info :
+         {QByteArray(), QByteArray("[Runtime]\nname=org.example.Runtime\n"),
+          QByteArray("[Application]\nname=\n"), QByteArray("[Application]\nname=../..\n"),
+          QByteArray("[Application]\nname"), QByteArray(70'000, '[')}) {
+        launch();
+        writeFile(portal->sandboxInfo(), info);
+        EXPECT_EQ(host->answer(u"home"_s), portal->home()) << info.left(40).constData();
+    }
+}
+
 TEST_F(SandboxedBookmarks, OfARevokedDocumentResolveAndDoNotStart)
 {
     const QString url = grantedFile(u"map.txt"_s);

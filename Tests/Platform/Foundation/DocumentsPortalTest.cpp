@@ -1,5 +1,6 @@
 #include "Tests/Platform/Foundation/RunBookmarkHost.h"
 
+#include <QCoreApplication>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
 #include <QDir>
@@ -21,7 +22,7 @@ protected:
 };
 
 /*! Owns the portal's name on the bus and answers everything with nonsense. */
-class NonsensePortal : public QDBusVirtualObject
+class Stranger : public QDBusVirtualObject
 {
 public:
     QString introspect(const QString &) const override { return {}; }
@@ -158,12 +159,28 @@ TEST_P(PortalBookmarks, StartWhateverAStrangerWithThePortalsNameOnTheBusSays)
     host->answer(u"resolve "_s + host->answer(u"bookmark "_s + granted));
     host->answer(u"resolve "_s + host->answer(u"bookmark "_s + removed));
     portal->remove(identifierIn(removed));
-    NonsensePortal nonsense;
+    Stranger stranger;
     portal->end();
-    EXPECT_TRUE(portal->bus().registerVirtualObject(u"/"_s, &nonsense, QDBusConnection::SubPath));
+    EXPECT_TRUE(portal->bus().registerVirtualObject(u"/"_s, &stranger, QDBusConnection::SubPath));
     EXPECT_TRUE(portal->bus().registerService(u"org.freedesktop.portal.Documents"_s));
     EXPECT_TRUE(host->start(granted));
     EXPECT_TRUE(host->start(removed)) << "nobody is there to refuse it";
+}
+
+TEST(NonsensePortal, CountsAsGranting)
+{
+    if (DocumentsPortal::isImpossible())
+        GTEST_SKIP() << "/dev/fuse is missing, so no portal can run on this machine";
+    const TemporaryHome home;
+    const QString documents = home.path() + u"/doc"_s;
+    EXPECT_TRUE(QDir().mkpath(documents));
+    const QString programs = QCoreApplication::applicationDirPath();
+    RunningBookmarkHost host({programs + u"/NonsensePortal"_s, documents, u"env"_s,
+                              u"XDG_RUNTIME_DIR="_s + home.path(), programs + u"/BookmarkHost"_s});
+    const QString url = u"file://"_s + documents + u"/1a2b3c4d/map.txt"_s;
+    EXPECT_TRUE(host.isReachable(url));
+    EXPECT_EQ(host.answer(u"resolve "_s + host.answer(u"bookmark "_s + url)), url);
+    EXPECT_TRUE(host.start(url));
 }
 
 TEST(DocumentsPortal, LeavesNothingBehindInATestEvenIfItDoesNotAnswer)
