@@ -36,8 +36,11 @@ public:
     NSManagedObjectContext(const NSManagedObjectContext &) = delete;
     NSManagedObjectContext &operator=(const NSManagedObjectContext &) = delete;
 
-    const std::shared_ptr<NSPersistentStoreCoordinator> &persistentStoreCoordinator() const;
-    /*! Before the first object. */
+    const std::shared_ptr<NSPersistentStoreCoordinator> &persistentStoreCoordinator() const
+    {
+        return m_coordinator;
+    }
+    /*! Before the first object. A coordinator serves one context. */
     void setPersistentStoreCoordinator(const std::shared_ptr<NSPersistentStoreCoordinator> &coordinator);
 
     NSMergePolicy mergePolicy() const { return m_mergePolicy; }
