@@ -47,9 +47,10 @@ public:
         one: damaged, another program's, of a newer layout, unreadable, not a file. The file is left as it is.
        A creation that fails leaves no file behind.
 
-        What may pass is no reason to fail: a store that another process has locked, or an older layout that
-        cannot be migrated now, because the disk is full or the file is read-only, is open. Fetches and saves
-        report what is still in the way.
+        What says nothing against the file is no reason to fail, since a host deletes what is none: a store
+       that another process has locked, an older layout that cannot be migrated because the disk is full or
+       the file is read-only, or a want of file descriptors or of the plugin. The store is open then; fetches
+       and saves report what is still in the way.
 
         There is one type and one configuration, which has no name. A coordinator has at most one store.
     */
