@@ -51,8 +51,8 @@ public:
         store, then those not yet stored. Without a store there are only the latter.
 
         Objects that are not changed here take the values that another process saved, and leave where it
-        deleted them. A stored value that is of another type than the attribute is nil, and so are all values of
-        a stored record of more than 1 MiB.
+        deleted them. A stored value that is of another type than the attribute is nil, and so are all values
+        of a stored record of more than 1 MiB.
 
         Nil, with `error` set, where the store cannot be read, or the model has no such entity.
     */

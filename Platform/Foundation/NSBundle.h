@@ -34,9 +34,9 @@ inline constexpr QLatin1StringView kNSHumanReadableCopyrightKey("NSHumanReadable
     the process log, once, and counts as none.
 
     Texts are those of the translators that the host has installed with QCoreApplication::installTranslator().
-    The translation context is the name of the strings table: "Localizable" for the framework's messages, the
-    window's name ("CrashReport") for the texts of a window, "InfoPlist" for information properties, with the
-    property's key as source text. Where no translator knows a text it stays English.
+    The translation context is the name of the strings table: "Localizable" for the framework's messages,
+    the window's name ("CrashReport") for the texts of a window, "InfoPlist" for information properties,
+    with the property's key as source text. Where no translator knows a text it stays English.
 
     Any thread.
 */
