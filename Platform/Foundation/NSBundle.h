@@ -48,7 +48,7 @@ public:
 
     /*! The bundle that a class comes in: the framework's for a class that its Core library holds, and
         otherwise the main bundle. `Class` has a virtual function. The framework's resources are Qt resources
-        in `:/Marblewick`, which no host can put others in front of.
+        in `:/Marblewick`, apart from those of the host.
     */
     template <typename Class>
     static NSBundle *bundleForClass()
