@@ -17,7 +17,7 @@ struct StoreRecord;
 
     A record class inherits from this one and its constructor, and is registered under the name that the model
     gives it. Its getters and setters use value() and setValue(). Where a getter does more than read, the
-   class also overrides valueForKey(), so that predicates see the same.
+    class also overrides valueForKey(), so that predicates see the same.
 
     A pointer to an object is borrowed: it is valid until its deletion has been saved, or its context ends.
     Attributes that the entity does not have raise an NSInvalidArgumentException. Main thread.

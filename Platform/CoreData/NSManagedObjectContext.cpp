@@ -1,6 +1,6 @@
 #include "Platform/CoreData/NSManagedObjectContext.h"
 
-#include "Platform/CoreData/PersistentStore.h"
+#include "Platform/CoreData/StoreError.h"
 
 #include <algorithm>
 #include <set>
@@ -10,19 +10,6 @@ using namespace Qt::StringLiterals;
 
 namespace Marblewick {
 
-namespace {
-
-bool fail(NSError *error, const StoreFailure &failure, const QString &path)
-{
-    if (error) {
-        *error = NSError(NSCocoaErrorDomain, failure.code,
-                         {{NSLocalizedDescriptionKey, failure.reason}, {NSFilePathErrorKey, path}});
-    }
-    return false;
-}
-
-} // namespace
-
 NSManagedObjectContext::Key NSManagedObjectContext::keyOf(const std::unique_ptr<NSManagedObject> &object)
 {
     return {&object->entity(), object->m_identifier};
@@ -31,12 +18,6 @@ NSManagedObjectContext::Key NSManagedObjectContext::keyOf(const std::unique_ptr<
 NSManagedObjectContext::NSManagedObjectContext(NSManagedObjectContextConcurrencyType) { }
 
 NSManagedObjectContext::~NSManagedObjectContext() = default;
-
-const std::shared_ptr<NSPersistentStoreCoordinator> &NSManagedObjectContext::persistentStoreCoordinator()
-    const
-{
-    return m_coordinator;
-}
 
 void NSManagedObjectContext::setPersistentStoreCoordinator(
     const std::shared_ptr<NSPersistentStoreCoordinator> &coordinator)
@@ -59,15 +40,16 @@ std::optional<QList<NSManagedObject *>> NSManagedObjectContext::executeFetchRequ
 
     // A predicate may run a record's own code, which may insert and delete.
     QList<NSManagedObject *> objects;
-    objects.reserve(static_cast<qsizetype>(m_stored.size() + m_inserted.size()));
+    objects.reserve(static_cast<qsizetype>(m_stored.size()));
     for (const Objects *some : {&m_stored, &m_inserted}) {
         for (const auto &object : *some) {
             if (&object->entity() == entity)
                 objects.append(object.get());
         }
     }
-    if (const std::optional<NSPredicate> predicate = request.predicate())
-        objects.removeIf([&](NSManagedObject *object) { return !predicate->evaluateWithObject(*object); });
+    if (request.predicate())
+        objects.removeIf(
+            [&](NSManagedObject *object) { return !request.predicate()->evaluateWithObject(*object); });
     return objects;
 }
 

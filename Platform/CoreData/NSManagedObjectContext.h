@@ -19,7 +19,7 @@ namespace Marblewick {
 enum NSManagedObjectContextConcurrencyType { NSMainQueueConcurrencyType = 2 };
 
 /*! What a save does about what another process has stored meanwhile: it writes the changed objects whole,
-   over changes and deletions. Objects that were not changed here are not written.
+    over changes and deletions. Objects that were not changed here are not written.
 */
 enum NSMergePolicy { NSOverwriteMergePolicy };
 
@@ -36,19 +36,23 @@ public:
     NSManagedObjectContext(const NSManagedObjectContext &) = delete;
     NSManagedObjectContext &operator=(const NSManagedObjectContext &) = delete;
 
-    const std::shared_ptr<NSPersistentStoreCoordinator> &persistentStoreCoordinator() const;
-    /*! Before the first object. */
+    const std::shared_ptr<NSPersistentStoreCoordinator> &persistentStoreCoordinator() const
+    {
+        return m_coordinator;
+    }
+    /*! Before the first object. A coordinator serves one context. */
     void setPersistentStoreCoordinator(const std::shared_ptr<NSPersistentStoreCoordinator> &coordinator);
 
     NSMergePolicy mergePolicy() const { return m_mergePolicy; }
     void setMergePolicy(NSMergePolicy policy) { m_mergePolicy = policy; }
 
     /*! The objects that a request asks for, as this context sees them: with its changes, with what it
-       inserted and without what it deleted, saved or not. They come in the order of their insertion into the
-       store, then those not yet stored. Without a store there are only the latter.
+        inserted and without what it deleted, saved or not. They come in the order of their insertion into the
+        store, then those not yet stored. Without a store there are only the latter.
 
         Objects that are not changed here take the values that another process saved, and leave where it
-       deleted them. A stored value that is of another type than the attribute, or larger than 1 MiB, is nil.
+        deleted them. A stored value that is of another type than the attribute is nil, and so are all values
+        of a stored record of more than 1 MiB.
 
         Nil, with `error` set, where the store cannot be read, or the model has no such entity.
     */

@@ -44,7 +44,8 @@ std::optional<NSAttributeDescription> attribute(const QJsonObject &description)
 std::optional<NSEntityDescription> entity(const QJsonObject &description)
 {
     QList<NSAttributeDescription> attributes;
-    for (const QJsonValue &value : description["attributes"_L1].toArray()) {
+    const QJsonArray attributeDescriptions = description["attributes"_L1].toArray();
+    for (const auto &value : attributeDescriptions) {
         const std::optional<NSAttributeDescription> described = attribute(value.toObject());
         if (!described)
             return std::nullopt;
@@ -65,7 +66,8 @@ std::shared_ptr<const NSManagedObjectModel> NSManagedObjectModel::initWithConten
     const QJsonObject description = QJsonDocument::fromJson(contents.value_or(QByteArray())).object();
 
     QList<NSEntityDescription> entities;
-    for (const QJsonValue &value : description["entities"_L1].toArray()) {
+    const QJsonArray entityDescriptions = description["entities"_L1].toArray();
+    for (const auto &value : entityDescriptions) {
         const std::optional<NSEntityDescription> described = entity(value.toObject());
         if (!described)
             return nullptr;

@@ -1,6 +1,6 @@
 #include "Platform/CoreData/NSPersistentStoreCoordinator.h"
 
-#include "Platform/CoreData/PersistentStore.h"
+#include "Platform/CoreData/StoreError.h"
 #include "Platform/Foundation/NSFileManager.h"
 #include "Platform/Foundation/NSURL.h"
 #include "Platform/Foundation/Plugin.h"
@@ -40,15 +40,6 @@ private:
 
 /*! The path of a file URL; empty for another one. */
 QString pathOf(const QUrl &url) { return url.isLocalFile() ? NSURL::path(url) : QString(); }
-
-bool fail(NSError *error, const StoreFailure &failure, const QString &path)
-{
-    if (error) {
-        *error = NSError(NSCocoaErrorDomain, failure.code,
-                         {{NSLocalizedDescriptionKey, failure.reason}, {NSFilePathErrorKey, path}});
-    }
-    return false;
-}
 
 std::unique_ptr<PersistentStore> openSQLiteStore(const NSManagedObjectModel &model, const QString &path,
                                                  StoreOptions options, StoreFailure &failure)

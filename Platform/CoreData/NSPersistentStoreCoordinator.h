@@ -28,7 +28,7 @@ inline constexpr QLatin1StringView NSReadOnlyPersistentStoreOption("NSReadOnlyPe
 
     A store is one file, for its user only, and beside it, during a save or after a crash, its journal
     (`-journal`). A save is one transaction. What it wrote when it returned survives the end of the process
-   and a power cut. Fetches and saves wait for other processes for 250 ms at most in each step, then fail.
+    and a power cut. Fetches and saves wait for other processes for 250 ms at most in each step, then fail.
 */
 class MARBLEWICK_CORE_EXPORT NSPersistentStoreCoordinator
 {
@@ -45,11 +45,12 @@ public:
 
         False, with `error` set (CoreDataErrors.h), where the file is no store of this model and cannot become
         one: damaged, another program's, of a newer layout, unreadable, not a file. The file is left as it is.
-       A creation that fails leaves no file behind.
+        A creation that fails leaves no file behind.
 
-        What may pass is no reason to fail: a store that another process has locked, or an older layout that
-        cannot be migrated now, because the disk is full or the file is read-only, is open. Fetches and saves
-        report what is still in the way.
+        What says nothing against the file is no reason to fail, since a host deletes what is none: a store
+        that another process has locked, an older layout that cannot be migrated because the disk is full or
+        the file is read-only, or a want of file descriptors or of the plugin. The store is open then; fetches
+        and saves report what is still in the way.
 
         There is one type and one configuration, which has no name. A coordinator has at most one store.
     */

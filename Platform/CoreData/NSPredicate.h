@@ -15,8 +15,8 @@ class MARBLEWICK_CORE_EXPORT NSPredicate
 {
 public:
     /*! `key == YES`, `key == NO` or `key == %@`, which stands for `argument` (an invalid QVariant for nil).
-       The key of a URL attribute may be followed by `.path`. Another format raises an
-       NSInvalidArgumentException.
+        The key of a URL attribute may be followed by `.path`. Another format raises an
+        NSInvalidArgumentException.
     */
     static NSPredicate predicateWithFormat(const QString &format, const QVariant &argument = {});
 

@@ -33,7 +33,7 @@ public:
 
     enum class Reading { Failed, Unchanged, Read };
     /*! Appends all records, by entity and identifier, unless nothing but save() has changed the file since
-       they were last read.
+        they were last read.
     */
     virtual Reading read(std::vector<StoreRecord> &records, StoreFailure &failure) = 0;
 
@@ -52,7 +52,7 @@ struct StoreOptions
 
 /*! The one function of the plugin "marblewick-sqlite": opens or creates the store at an absolute path, as
     addPersistentStoreWithType() says. The caller owns it; null where it cannot be opened. The model must
-   outlive it.
+    outlive it.
 */
 using MarblewickOpenSQLiteStore = PersistentStore *(*)(const NSManagedObjectModel &model,
                                                        const QByteArray &path, StoreOptions options,

@@ -22,7 +22,7 @@ inline constexpr QLatin1StringView kCFBundleVersionKey("CFBundleVersion");
 inline constexpr QLatin1StringView kNSHumanReadableCopyrightKey("NSHumanReadableCopyright");
 
 /*! The host application as a bundle: its information properties, its resources and its texts. The framework
-   is a bundle of its own, which has resources only.
+    is a bundle of its own, which has resources only.
 
     Resources are looked for as a Qt resource `:/name.type`, then beside the executable, then in
     `../share/<executable>/` as seen from the executable's folder.
@@ -47,9 +47,8 @@ public:
     static NSBundle *mainBundle();
 
     /*! The bundle that a class comes in: the framework's for a class that its Core library holds, and
-       otherwise the main bundle. `Class` has a virtual function. The framework's resources are Qt resources
-       in
-        `:/Marblewick`, which no host can put others in front of.
+        otherwise the main bundle. `Class` has a virtual function. The framework's resources are Qt resources
+        in `:/Marblewick`, apart from those of the host.
     */
     template <typename Class>
     static NSBundle *bundleForClass()

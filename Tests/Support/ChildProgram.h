@@ -6,10 +6,10 @@
 #include <sys/types.h>
 
 /*! Another program, looked up in PATH where its name has no slash, with this process's environment and
-   standard error.
+    standard error.
 
     It is started by posix_spawn(): the thread sanitizer takes QProcess's way for a fork, and does not see
-   what the starting thread does afterwards.
+    what the starting thread does afterwards.
 */
 class ChildProgram
 {

@@ -12,7 +12,7 @@
 namespace Marblewick {
 
 /*! A connection to an SQLite file that may be anyone's: its schema runs no code. What fails throws a
-   StoreFailure. One thread.
+    StoreFailure. One thread.
 */
 class SQLiteDatabase
 {

@@ -9,7 +9,7 @@ namespace Marblewick {
 // model it was made for. Each function throws a StoreFailure where it fails.
 
 /*! The version of the model that a store was made for, from 1 to the model's own; 0 for an empty file. Throws
-   where the file is no store of the model.
+    where the file is no store of the model.
 */
 int layoutVersion(SQLiteDatabase &database, const NSManagedObjectModel &model);
 
@@ -28,7 +28,7 @@ SQLiteStatement selectStatement(const SQLiteDatabase &database, const NSEntityDe
 SQLiteStatement nextIdentifierStatement(const SQLiteDatabase &database, const NSEntityDescription &entity);
 
 /*! Writes a record: its parameters are the identifier, nil for a new one, and the attributes that the model
-   stores. A record that has the identifier already gives way.
+    stores. A record that has the identifier already gives way.
 */
 SQLiteStatement writeStatement(const SQLiteDatabase &database, const NSEntityDescription &entity,
                                int storedVersion);

@@ -248,6 +248,34 @@ TEST_F(StoreFaultsTest, AStoreThatIsReplacedWhileItIsOpenReportsThatToEachSave)
     EXPECT_EQ(readFile(m_path), contents);
 }
 
+TEST_F(StoreFaultsTest, AnInterruptedSaveIsTakenBackButNotWhereTheStoreIsOnlyRead)
+{
+    {
+        BookmarkStore store(m_path);
+        for (int i = 0; i < 100; ++i)
+            store.insert(u"b"_s);
+        ASSERT_TRUE(store.save());
+    }
+    // With a small cache SQLite writes to the file before the end of the transaction.
+    const QString path = m_folder + u"/interrupted"_s;
+    OtherConnection other(m_path);
+    other.execute(
+        "PRAGMA cache_size = 1; BEGIN; UPDATE Bookmark SET urlString = 'new', data = zeroblob(3000)");
+    const QByteArray contents = readFile(m_path);
+    writeFile(path, contents);
+    writeFile(path + u"-journal"_s, readFile(m_path + u"-journal"_s));
+
+    BookmarkStore reader(path, {{NSReadOnlyPersistentStoreOption, true}});
+    EXPECT_FALSE(reader.canFetch());
+    EXPECT_EQ(reader.error().code(), NSFileWriteNoPermissionError);
+    EXPECT_EQ(readFile(path), contents);
+
+    BookmarkStore store(path);
+    EXPECT_EQ(store.urlStrings(), QStringList{u"a"_s} + QStringList(100, u"b"_s));
+    EXPECT_FALSE(QFile::exists(path + u"-journal"_s));
+    EXPECT_NE(readFile(path), contents);
+}
+
 TEST_F(StoreFaultsTest, AHostWithoutItsPluginOpensTheStoreAndReportsThatToFetchAndSave)
 {
     const QString library = u"libMarblewickCore.so.0"_s;

@@ -21,8 +21,7 @@ void prepareStore(const QString &path, int round)
 {
     if (round % 10 > 1)
         return;
-    QFile::remove(path);
-    QFile::remove(path + u"-journal"_s);
+    QFile::remove(path); // The journal that a kill may have left is none of the next file.
     if (round % 10 == 1)
         makeStoreOfLayout1(path, {u"old"_s});
 }
