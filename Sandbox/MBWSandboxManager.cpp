@@ -5,9 +5,9 @@
 #include "Platform/Foundation/NSPathUtilities.h"
 #include "Platform/Foundation/NSURL+Bookmarks.h"
 #include "Platform/Foundation/NSURL.h"
+#include "Sandbox/DirectoryAtURL.h"
 #include "Sandbox/MBWSandboxManagerPrivate.h"
 #include "Sandbox/MBWSandboxPersistedBookmark.h"
-#include "Utilities/NSFileManager+MBWExtensions.h"
 
 #include <algorithm>
 
@@ -99,10 +99,8 @@ bool MBWSandboxManager::appNeedsToObtainPermissionToAccessURLReadOnly(const QUrl
 {
     if (isNil() || entitledURLsContainsURL(url, readOnly) || !NSURL::checkResourceIsReachable(url))
         return false;
-    const QString path = NSURL::path(url);
-    return MBWExtensions::isDirectoryAtPath(d->fileManager, path)
-               ? needsPermissionToAccessDirectory(path)
-               : needsPermissionToAccessFile(url, readOnly);
+    return isDirectory(url) ? needsPermissionToAccessDirectory(NSURL::path(url))
+                            : needsPermissionToAccessFile(url, readOnly);
 }
 
 bool MBWSandboxManager::needsPermissionToAccessDirectory(const QString &path)
@@ -199,8 +197,12 @@ void MBWSandboxManager::closeAllSecureBookmarks()
         NSURL::stopAccessingSecurityScopedResource(url);
 }
 
+bool MBWSandboxManager::isDirectory(const QUrl &url) const
+{
+    return isDirectoryAtURL(url, d->allowedDirectoryURLs.contains(url));
+}
+
 FileURLSet &MBWSandboxManager::allowedURLsForItemAtURL(const QUrl &url)
 {
-    return MBWExtensions::isDirectoryAtPath(d->fileManager, NSURL::path(url)) ? d->allowedDirectoryURLs
-                                                                              : d->allowedFileURLs;
+    return isDirectory(url) ? d->allowedDirectoryURLs : d->allowedFileURLs;
 }

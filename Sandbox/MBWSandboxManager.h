@@ -174,6 +174,7 @@ private:
     bool needsPermissionToAccessDirectory(const QString &path);
     bool needsPermissionToAccessFile(const QUrl &url, bool readOnly);
     void appDidObtainPermissionToAccessURLIsReadOnly(const QUrl &url, bool isReadOnly);
+    bool isDirectory(const QUrl &url) const;
     FileURLSet &allowedURLsForItemAtURL(const QUrl &url);
     /*! The records that a predicate holds for; none, with the message in the log, where they cannot be read.
      */

@@ -1,12 +1,11 @@
 #include "Sandbox/MBWSandboxPersistedBookmark.h"
 
 #include "Platform/CoreData/NSManagedObjectContext.h"
-#include "Platform/Foundation/NSFileManager.h"
 #include "Platform/Foundation/NSLog.h"
 #include "Platform/Foundation/NSURL+Bookmarks.h"
 #include "Platform/Foundation/NSURL.h"
+#include "Sandbox/DirectoryAtURL.h"
 #include "Sandbox/MBWSandboxManager.h"
-#include "Utilities/NSFileManager+MBWExtensions.h"
 
 using namespace Qt::StringLiterals;
 using namespace Marblewick;
@@ -31,9 +30,9 @@ MBWSandboxPersistedBookmark *MBWSandboxPersistedBookmark::insertBookmarkForURL(c
         isReadOnly ? NSURLBookmarkCreationSecurityScopeAllowOnlyReadAccess
                    : NSURLBookmarkCreationWithSecurityScope,
         &error);
-    const QString path = NSURL::path(url);
     if (!data) {
-        NSLog(u"Error creating secure persisted bookmark for %@: %@", {path, error.description()});
+        NSLog(u"Error creating secure persisted bookmark for %@: %@",
+              {NSURL::path(url), error.description()});
         return nullptr;
     }
     NSManagedObjectContext *const context = MBWSandboxManager::sharedManager()->managedObjectContext();
@@ -46,7 +45,7 @@ MBWSandboxPersistedBookmark *MBWSandboxPersistedBookmark::insertBookmarkForURL(c
     bookmark->setData(*data);
     bookmark->setReadOnly(isReadOnly);
     bookmark->setUrlString(url.toString(QUrl::FullyEncoded));
-    if (MBWExtensions::isDirectoryAtPath(NSFileManager::defaultManager(), path))
+    if (isDirectoryAtURL(url, false))
         bookmark->setDirectory(true);
     return bookmark;
 }

@@ -57,7 +57,7 @@ public:
         for (qsizetype i = 0; i < answers.size() && i < items.size(); ++i) {
             const bool isAskedFor = answers[i] == "ask"_L1;
             say(u"   %1  %2 %3"_s.arg(QDir::cleanPath(u"user/"_s + items[i].name), -22)
-                    .arg(isAskedFor ? u"ask the user:"_s : u"just open it:"_s)
+                    .arg(isAskedFor ? u"ask the user:"_s : u"do not ask: "_s)
                     .arg(QLatin1StringView(items[i].reason)));
             isAsExpected = isAsExpected && isAskedFor == items[i].isAskedFor;
         }
@@ -73,7 +73,8 @@ public:
         command.start(QCoreApplication::applicationDirPath() + u"/marblewick"_s,
                       {u"bookmarks"_s, u"list"_s, storePath()});
         command.waitForFinished();
-        sayLines(command.readAllStandardOutput() + command.readAllStandardError());
+        const QByteArray lines = command.readAllStandardOutput() + command.readAllStandardError();
+        sayLines(lines.isEmpty() ? "(it prints nothing: no grants are kept)"_ba : lines);
     }
 
 private:

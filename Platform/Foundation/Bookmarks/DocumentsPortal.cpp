@@ -40,7 +40,7 @@ std::array<QByteArray, 2> documentsFolders()
 qsizetype documentsFolderLength(const QByteArray &path)
 {
     for (const QByteArray &folder : documentsFolders()) {
-        if (!path.startsWith(folder + '/'))
+        if (path != folder && !path.startsWith(folder + '/'))
             continue;
         const bool goesUp = (path.mid(folder.size()) + '/').contains("/../");
         return goesUp ? 0 : folder.size();

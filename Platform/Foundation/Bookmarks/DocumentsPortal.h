@@ -8,7 +8,7 @@
 namespace Marblewick {
 
 /*! The length of the part of a path that is the folder in which the documents portal shows documents; 0 where
-   the path is not that of a document or of what is in one. Any thread.
+   the path is not that of this folder, of a document or of what is in one. Any thread.
 */
 qsizetype documentsFolderLength(const QByteArray &path);
 

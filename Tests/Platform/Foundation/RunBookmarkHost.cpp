@@ -31,7 +31,6 @@ void DocumentsPortalTest::SetUp()
 
 void DocumentsPortalTest::launch()
 {
-    const QString program = u"BookmarkHost"_s;
     host.reset();
     host = std::make_unique<RunningBookmarkHost>(isInSandbox ? portal->commandInSandbox(program)
                                                              : portal->commandOutside(program));

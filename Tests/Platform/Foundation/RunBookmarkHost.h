@@ -46,6 +46,7 @@ protected:
     static inline const QStringList readWrite{QStringLiteral("read"), QStringLiteral("write")};
 
     bool isInSandbox = true;
+    QString program = QStringLiteral("BookmarkHost");
     std::unique_ptr<DocumentsPortal> portal;
     std::unique_ptr<RunningBookmarkHost> host;
 };
