@@ -115,7 +115,7 @@ TEST_F(NSManagedObjectContextTest, APredicateSeesChangesThatAreNotSaved)
     NSManagedObject *const first = m_store.insert(u"a"_s);
     m_store.insert(u"b"_s);
     ASSERT_TRUE(m_store.save());
-    EXPECT_EQ(m_context.executeFetchRequest(unresolvableOnes()), QList<NSManagedObject *>());
+    EXPECT_EQ(m_context.executeFetchRequest(unresolvableOnes()).value().size(), 0);
     first->setValue(u"isUnresolvable"_s, true);
     EXPECT_EQ(m_context.executeFetchRequest(unresolvableOnes()), QList{first});
     NSManagedObject *const third = m_store.insert(u"c"_s);
