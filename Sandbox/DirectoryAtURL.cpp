@@ -10,12 +10,18 @@ using namespace Marblewick;
 bool isDirectoryAtURL(const QUrl &url, bool ifUnknown)
 {
     const QString path = NSURL::path(url);
-    const auto isDirectory = [path] {
-        return MBWExtensions::isDirectoryAtPath(NSFileManager::defaultManager(), path) ? 1 : 0;
-    };
+    const NSFileManager *const files = NSFileManager::defaultManager();
     const QByteArray name = NSFileManager::fileSystemRepresentationWithPath(path);
     const qsizetype length = documentsFolderLength(name);
-    return length > 0
-               ? answerOfDocumentsPortal(name.left(length), isDirectory).value_or(ifUnknown ? 1 : 0) != 0
-               : isDirectory() != 0;
+    if (length == 0)
+        return MBWExtensions::isDirectoryAtPath(files, path);
+
+    enum Answer { No, Yes, Unknown };
+    const auto question = [files, path]() -> int {
+        if (!files->fileExistsAtPath(path))
+            return Unknown;
+        return MBWExtensions::isDirectoryAtPath(files, path) ? Yes : No;
+    };
+    const int answer = answerOfDocumentsPortal(name.left(length), question).value_or(Unknown);
+    return answer == Unknown ? ifUnknown : answer == Yes;
 }

@@ -79,6 +79,20 @@ TEST_F(SandboxedHost, IsAskedAgainForADocumentThatWasRevoked)
     EXPECT_TRUE(asks(file)) << "its record is gone";
 }
 
+TEST_F(SandboxedHost, IsAskedAgainForAFolderThatWasRevokedAndForgetsIt)
+{
+    const QString document = grantedFolder();
+    const QString folder = url(document, u"Atlas"_s);
+    grant(folder);
+    launch();
+    portal->revoke(document, readWrite);
+    EXPECT_TRUE(asks(folder));
+    grantedFolder();
+    EXPECT_TRUE(asks(folder)) << "the host has forgotten it";
+    grant(folder);
+    EXPECT_FALSE(asks(folder));
+}
+
 TEST_F(SandboxedHost, IsAskedAgainForAFileThatMayOnlyBeReadAnyMore)
 {
     writeFile(portal->home() + u"/Documents/Iceland.map"_s, "map");
