@@ -65,3 +65,11 @@ std::optional<QUrl> FileURLSet::urlThatMatches(const QUrl &url) const
     return member != m_urls.end() && NSURL::fileURLWithPath(path) == url ? std::optional(member->second)
                                                                          : std::nullopt;
 }
+
+QList<QUrl> FileURLSet::urls() const
+{
+    QList<QUrl> urls;
+    for (const auto &[path, url] : m_urls)
+        urls.append(url);
+    return urls;
+}

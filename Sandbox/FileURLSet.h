@@ -1,11 +1,11 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 #include <QUrl>
 
 #include <map>
 #include <optional>
-#include <ranges>
 
 /*! A set of file URLs, as equal as their texts are. What it is asked by path takes a few comparisons, however
     many URLs it holds.
@@ -25,7 +25,7 @@ public:
     std::optional<QUrl> urlThatMatches(const QUrl &url) const;
 
     /*! All of them, in the order of their paths. */
-    auto urls() const { return std::views::values(m_urls); }
+    QList<QUrl> urls() const;
 
 private:
     std::multimap<QString, QUrl> m_urls; ///< by path

@@ -193,7 +193,8 @@ void MBWSandboxManager::removePersistedBookmarkForURL(const QUrl &url)
 
 void MBWSandboxManager::closeAllSecureBookmarks()
 {
-    for (const QUrl &url : d->accessedURLs.urls())
+    const QList<QUrl> urls = d->accessedURLs.urls();
+    for (const QUrl &url : urls)
         NSURL::stopAccessingSecurityScopedResource(url);
 }
 
