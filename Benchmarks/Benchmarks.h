@@ -1,6 +1,7 @@
 #pragma once
 
 /*! One function for each group of figures; each prints its rows. */
+void benchmarkBookmarks();
 void benchmarkCheck();
 void benchmarkChecksum();
 void benchmarkCrashLog();
@@ -14,4 +15,6 @@ void benchmarkUpdateCheck();
 void benchmarkLog();
 void benchmarkPanels();
 void benchmarkRichText();
+void benchmarkSandbox();
+void benchmarkStore();
 void benchmarkUpload();

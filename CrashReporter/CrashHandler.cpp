@@ -32,8 +32,10 @@ constinit std::atomic<bool> installed = false;
 /*! What the host did with each of crashSignals before. */
 constinit struct sigaction formerActions[crashSignals.size()] = {};
 
-/*! A thread and its process: a child that was forked inherits these variables, but not the crash. */
-struct ThreadIdentity
+/*! A thread and its process: a child that was forked inherits these variables, but not the crash. (Aligned,
+   or clang has a library work on its atomics.)
+*/
+struct alignas(8) ThreadIdentity
 {
     pid_t process = 0;
     pid_t thread = 0;
@@ -45,8 +47,8 @@ static_assert(std::atomic<ThreadIdentity>::is_always_lock_free);
 /*! The thread whose crash is being written; nobody where none is. */
 constinit std::atomic<ThreadIdentity> writer = ThreadIdentity{};
 
-/*! A crash, by its thread and its signal. */
-struct HandedOnCrash
+/*! A crash, by its thread and its signal. (Aligned for the same reason.) */
+struct alignas(8) HandedOnCrash
 {
     pid_t thread = 0;
     int signal = 0;

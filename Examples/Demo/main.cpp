@@ -3,6 +3,7 @@
 #include "CrashScene.h"
 #include "LogScene.h"
 #include "PanelsScene.h"
+#include "SandboxScene.h"
 #include "UpdateScene.h"
 #include "UtilitiesScene.h"
 
@@ -27,6 +28,8 @@ int main(int argc, char **argv)
         "panels", "the panels that a host asks its users with, in light and dark");
     const CLI::App *const utilities = commandLine.add_subcommand(
         "utilities", "digests, encryption, the machine's address, checksums and queries");
+    const CLI::App *const sandbox = commandLine.add_subcommand(
+        "sandbox", "what a host may open again that its user has granted, and what becomes of the grants");
     CLI11_PARSE(commandLine, argc, argv);
 
     const bool playAll = commandLine.get_subcommands().empty();
@@ -41,5 +44,7 @@ int main(int argc, char **argv)
         isPlayed = playPanelsScene() && isPlayed;
     if (playAll || utilities->parsed())
         isPlayed = playUtilitiesScene() && isPlayed;
+    if (playAll || sandbox->parsed())
+        isPlayed = playSandboxScene() && isPlayed;
     return isPlayed ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -11,6 +11,7 @@
 
 #include <array>
 #include <climits>
+#include <dlfcn.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -57,15 +58,30 @@ NSBundle *NSBundle::mainBundle()
 }
 
 NSBundle::NSBundle(const QString &executablePath)
-    : m_executablePath(executablePath)
+    : NSBundle(executablePath, u":/"_s)
 { }
+
+NSBundle::NSBundle(const QString &executablePath, const QString &resourceFolder)
+    : m_executablePath(executablePath)
+    , m_resourceFolder(resourceFolder)
+{ }
+
+NSBundle *NSBundle::bundleOfImageAt(const void *address)
+{
+    static NSBundle *const framework = new NSBundle({}, u":/Marblewick/"_s);
+    Dl_info image{};
+    Dl_info ours{};
+    const bool isFramework = ::dladdr(address, &image) != 0 && ::dladdr(&framework, &ours) != 0
+                             && image.dli_fbase == ours.dli_fbase;
+    return isFramework ? framework : mainBundle();
+}
 
 QString NSBundle::executableName() const { return lastPathComponent(m_executablePath); }
 
 std::optional<QString> NSBundle::pathForResource(const QString &name, const QString &type) const
 {
     const QString file = name + u'.' + type;
-    const QString resource = u":/"_s + file;
+    const QString resource = m_resourceFolder + file;
     if (QFileInfo(resource).isFile())
         return resource;
     if (m_executablePath.isEmpty())
@@ -77,6 +93,19 @@ std::optional<QString> NSBundle::pathForResource(const QString &name, const QStr
             return candidate;
     }
     return std::nullopt;
+}
+
+std::optional<QUrl> NSBundle::URLForResource(const QString &name, const QString &type) const
+{
+    const std::optional<QString> path = pathForResource(name, type);
+    if (!path)
+        return std::nullopt;
+    if (!path->startsWith(u':'))
+        return QUrl::fromLocalFile(*path);
+    QUrl url;
+    url.setScheme(u"qrc"_s);
+    url.setPath(path->mid(1));
+    return url;
 }
 
 std::optional<QByteArray> NSBundle::contentsOfResourceAtPath(const QString &path, qint64 maximumSize,

@@ -4,10 +4,12 @@
 #include <Marblewick/NSError.h>
 
 #include <QString>
+#include <QUrl>
 #include <QVariantMap>
 
 #include <mutex>
 #include <optional>
+#include <typeinfo>
 
 namespace Marblewick {
 
@@ -19,7 +21,8 @@ inline constexpr QLatin1StringView kCFBundleShortVersionStringKey("CFBundleShort
 inline constexpr QLatin1StringView kCFBundleVersionKey("CFBundleVersion");
 inline constexpr QLatin1StringView kNSHumanReadableCopyrightKey("NSHumanReadableCopyright");
 
-/*! The host application as a bundle: its information properties, its resources and its texts.
+/*! The host application as a bundle: its information properties, its resources and its texts. The framework
+    is a bundle of its own, which has resources only.
 
     Resources are looked for as a Qt resource `:/name.type`, then beside the executable, then in
     `../share/<executable>/` as seen from the executable's folder.
@@ -43,6 +46,16 @@ public:
     /*! The bundle of the running program. */
     static NSBundle *mainBundle();
 
+    /*! The bundle that a class comes in: the framework's for a class that its Core library holds, and
+        otherwise the main bundle. `Class` has a virtual function. The framework's resources are Qt resources
+        in `:/Marblewick`, apart from those of the host.
+    */
+    template <typename Class>
+    static NSBundle *bundleForClass()
+    {
+        return bundleOfImageAt(&typeid(Class));
+    }
+
     /*! The bundle of the program at this absolute path. */
     explicit NSBundle(const QString &executablePath);
     NSBundle(const NSBundle &) = delete;
@@ -55,6 +68,9 @@ public:
 
     /*! The path of a resource, which begins with ":/" for a Qt resource; nil where there is none. */
     std::optional<QString> pathForResource(const QString &name, const QString &type) const;
+
+    /*! The same as a URL, which is a `qrc:` one for a Qt resource. */
+    std::optional<QUrl> URLForResource(const QString &name, const QString &type) const;
 
     /*! The bytes of a resource, by the path that pathForResource() gave. Nil, with `error` set, where it is a
         file that is not there any more, cannot be read, or is larger than `maximumSize` bytes.
@@ -81,10 +97,16 @@ public:
                                   const QString &table = QStringLiteral("Localizable")) const;
 
 private:
+    NSBundle(const QString &executablePath, const QString &resourceFolder);
+
+    /*! The bundle that belongs to the library or program that is loaded at an address. */
+    static NSBundle *bundleOfImageAt(const void *address);
+
     std::optional<QVariantMap> readInfoPropertyList() const;
     QVariantMap infoDictionaryFromApplication() const;
 
     const QString m_executablePath;
+    const QString m_resourceFolder; // with a slash at its end
     mutable std::once_flag m_infoRead;
     mutable std::optional<QVariantMap> m_info;
 };

@@ -1,5 +1,6 @@
 #include "Platform/Foundation/NSPathUtilities.h"
 
+#include "Platform/Foundation/Bookmarks/FlatpakSandbox.h"
 #include "Platform/Foundation/NSFileManager.h"
 
 #include <fcntl.h>
@@ -42,6 +43,15 @@ QByteArray fromUserDatabase(uid_t user, char *passwd::*field)
     return found->*field;
 }
 
+QString usersHome()
+{
+    const QString home = absolutePathFromEnvironment("HOME");
+    if (!home.isEmpty())
+        return home;
+    const QByteArray path = fromUserDatabase(::getuid(), &passwd::pw_dir);
+    return path.startsWith('/') ? NSFileManager::stringWithFileSystemRepresentation(path) : u"/"_s;
+}
+
 QString folder(const char *variable, const QString &belowHome, bool expandTilde)
 {
     const QString path = absolutePathFromEnvironment(variable);
@@ -68,11 +78,10 @@ QStringList NSSearchPathForDirectoriesInDomains(NSSearchPathDirectory directory,
 
 QString NSHomeDirectory()
 {
-    const QString home = absolutePathFromEnvironment("HOME");
-    if (!home.isEmpty())
-        return home;
-    const QByteArray path = fromUserDatabase(::getuid(), &passwd::pw_dir);
-    return path.startsWith('/') ? NSFileManager::stringWithFileSystemRepresentation(path) : u"/"_s;
+    const FlatpakSandbox *const sandbox = FlatpakSandbox::current();
+    return sandbox
+               ? stringByAppendingPathComponent(usersHome(), u".var/app/"_s + sandbox->applicationIdentifier)
+               : usersHome();
 }
 
 QString NSUserName()

@@ -26,7 +26,9 @@ MARBLEWICK_CORE_EXPORT QStringList NSSearchPathForDirectoriesInDomains(NSSearchP
                                                                        NSSearchPathDomainMask domainMask,
                                                                        bool expandTilde);
 
-/*! The user's home folder: `$HOME`, else the one of the user database, else "/". */
+/*! The user's home folder: `$HOME`, else the one of the user database, else "/". In a Flatpak sandbox it is
+   the application's own in that, `~/.var/app/<identifier>`: the rest of the user's is not the application's.
+*/
 MARBLEWICK_CORE_EXPORT QString NSHomeDirectory();
 
 /*! The login name of the user that this process acts for: the one of the user database, else `$USER`. */

@@ -1,6 +1,10 @@
 #include "Platform/Foundation/NSURL.h"
 
+#include "Platform/Foundation/NSFileManager.h"
+
 #include <algorithm>
+
+using namespace Qt::StringLiterals;
 
 namespace Marblewick::NSURL {
 
@@ -45,6 +49,43 @@ std::optional<QUrl> URLWithString(const QString &text)
     if (!url->isValid())
         url.reset();
     return url;
+}
+
+QUrl fileURLWithPath(const QString &path)
+{
+    static const QUrl withoutPath = [] {
+        QUrl url;
+        url.setScheme(u"file"_s);
+        url.setHost(QString()); // setPath() would take two slashes at the beginning for one
+        return url;
+    }();
+    QUrl url = withoutPath;
+    if (!path.isValidUtf16()) {
+        const QByteArray bytes = NSFileManager::fileSystemRepresentationWithPath(path);
+        url.setPath(QString::fromLatin1(bytes.toPercentEncoding("!$&'()*+,/:;=@[]")), QUrl::TolerantMode);
+    } else if (path.contains(u'%')) {
+        url.setPath(path, QUrl::DecodedMode);
+    } else {
+        url.setPath(path, QUrl::TolerantMode); // the same, quicker
+    }
+    return url;
+}
+
+QString path(const QUrl &url)
+{
+    // In this form every "%" begins an escape, also that of a byte which is not UTF-8.
+    QString path = url.path(QUrl::PrettyDecoded);
+    if (path.contains(u'%'))
+        path = NSFileManager::stringWithFileSystemRepresentation(
+            QByteArray::fromPercentEncoding(NSFileManager::fileSystemRepresentationWithPath(path)));
+    while (path.size() > 1 && path.endsWith(u'/'))
+        path.chop(1);
+    return path;
+}
+
+QUrl URLByDeletingLastPathComponent(const QUrl &url)
+{
+    return url.adjusted(QUrl::StripTrailingSlash).adjusted(QUrl::RemoveFilename);
 }
 
 } // namespace Marblewick::NSURL

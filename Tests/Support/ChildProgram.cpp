@@ -38,10 +38,8 @@ ChildProgram::ChildProgram(const QStringList &command)
 
 ChildProgram::~ChildProgram()
 {
-    if (m_pid > 0) {
-        ::kill(m_pid, SIGKILL);
-        exitStatus();
-    }
+    kill();
+    exitStatus();
     ::close(m_input);
 }
 
@@ -53,6 +51,12 @@ void ChildProgram::write(const QByteArray &text)
 void ChildProgram::endInput() { ::shutdown(m_input, SHUT_WR); }
 
 QByteArray ChildProgram::output() const { return readFile(m_output.fileName()); }
+
+void ChildProgram::kill()
+{
+    if (m_pid > 0)
+        ::kill(m_pid, SIGKILL);
+}
 
 int ChildProgram::exitStatus()
 {

@@ -6,10 +6,10 @@
 #include <sys/types.h>
 
 /*! Another program, looked up in PATH where its name has no slash, with this process's environment and
-   standard error.
+    standard error.
 
     It is started by posix_spawn(): the thread sanitizer takes QProcess's way for a fork, and does not see
-   what the starting thread does afterwards.
+    what the starting thread does afterwards.
 */
 class ChildProgram
 {
@@ -26,6 +26,8 @@ public:
     void endInput();
     /*! What it wrote to standard output so far. */
     QByteArray output() const;
+    /*! Ends it at once, whatever it is doing. */
+    void kill();
     /*! Waits for its end and returns its exit status, or -1 where a signal ended it. */
     int exitStatus();
     /*! How it ended, as waitpid() tells it; for a program whose exitStatus() was asked for. */

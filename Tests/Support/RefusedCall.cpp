@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cerrno>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <openssl/evp.h>
 #include <openssl/kdf.h>
 #include <sys/random.h>
@@ -43,6 +44,18 @@ extern "C" ssize_t getrandom(void *buffer, size_t length, unsigned int flags)
     }
     static const auto next = reinterpret_cast<decltype(&getrandom)>(::dlsym(RTLD_NEXT, "getrandom"));
     return next(buffer, length, flags);
+}
+
+extern "C" int name_to_handle_at(int folder, const char *path, file_handle *handle, int *mount,
+                                 int flags) noexcept
+{
+    if (refused[RefusedCall::NameToHandle]) {
+        errno = RefusedCall::errorNumber;
+        return -1;
+    }
+    static const auto next = reinterpret_cast<decltype(&name_to_handle_at)>(
+        ::dlsym(RTLD_NEXT, "name_to_handle_at"));
+    return next(folder, path, handle, mount, flags);
 }
 
 extern "C" int EVP_DigestInit_ex2(EVP_MD_CTX *context, const EVP_MD *type, const OSSL_PARAM parameters[])

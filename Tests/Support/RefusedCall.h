@@ -6,14 +6,23 @@
 class RefusedCall
 {
 public:
-    enum Function { DigestInit, MacInit, KeyDerivation, CipherInit, CipherUpdate, GetRandom, FunctionCount };
+    enum Function {
+        DigestInit,
+        MacInit,
+        KeyDerivation,
+        CipherInit,
+        CipherUpdate,
+        GetRandom,
+        NameToHandle,
+        FunctionCount
+    };
 
     explicit RefusedCall(Function function);
     ~RefusedCall();
     RefusedCall(const RefusedCall &) = delete;
     RefusedCall &operator=(const RefusedCall &) = delete;
 
-    /*! What `errno` is after a call of GetRandom; OpenSSL's functions only return 0. */
+    /*! What `errno` is after a call of GetRandom or NameToHandle; OpenSSL's functions only return 0. */
     static constexpr int errorNumber = 38; // ENOSYS, which a kernel without the call gives
 
 private:

@@ -1,5 +1,6 @@
 // The command `marblewick`: the framework for shells and scripts, and for who develops a host.
 
+#include "Tools/Marblewick/Bookmarks.h"
 #include "Tools/Marblewick/Console.h"
 #include "Tools/Marblewick/CrashLogCommands.h"
 #include "Tools/Marblewick/Digests.h"
@@ -37,6 +38,7 @@ int run(int argc, char **argv)
     addMACCommand(&app, &action);
     addFeedCommands(&app, &action);
     addCrashLogCommands(&app, &action);
+    addBookmarksCommands(&app, &action);
     addServeCommand(&app, &action);
 
     try {

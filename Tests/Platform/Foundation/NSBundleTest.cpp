@@ -1,5 +1,7 @@
 #include <Marblewick/NSBundle.h>
 
+#include <Marblewick/NSException.h>
+
 #include "Tests/Platform/Foundation/RunFoundationHost.h"
 #include "Tests/Support/CapturedStandardError.h"
 #include "Tests/Support/InstalledTranslator.h"
@@ -118,6 +120,29 @@ TEST_F(NSBundleTest, ReadsThePropertyListInTheQtResourcesFirst)
     const RegisteredResources resources;
     EXPECT_EQ(NSBundle(m_executable).pathForResource(u"Info"_s, u"plist"_s), u":/Info.plist"_s);
     EXPECT_EQ(bundleName(), u"From a Qt resource"_s);
+}
+
+TEST_F(NSBundleTest, OfAClassOfTheFrameworkHasTheFrameworksResourcesAndNotTheHosts)
+{
+    const RegisteredResources resources;
+    const NSBundle *const framework = NSBundle::bundleForClass<NSException>();
+    EXPECT_EQ(framework->URLForResource(u"SandboxPersistedBookmarks"_s, u"momd"_s),
+              QUrl(u"qrc:/Marblewick/SandboxPersistedBookmarks.momd"_s));
+    EXPECT_FALSE(framework->URLForResource(u"Info"_s, u"plist"_s));
+    EXPECT_TRUE(NSBundle::mainBundle()->URLForResource(u"Info"_s, u"plist"_s));
+    EXPECT_EQ(NSBundle::bundleForClass<NSException>(), framework);
+}
+
+TEST_F(NSBundleTest, OfAClassOfTheHostIsTheMainBundle)
+{
+    EXPECT_EQ(NSBundle::bundleForClass<NSBundleTest>(), NSBundle::mainBundle());
+}
+
+TEST_F(NSBundleTest, HasTheURLOfAResourceFile)
+{
+    EXPECT_FALSE(NSBundle(m_executable).URLForResource(u"Info"_s, u"plist"_s));
+    writeFile(m_beside, propertyListWithName("beside"));
+    EXPECT_EQ(NSBundle(m_executable).URLForResource(u"Info"_s, u"plist"_s), QUrl::fromLocalFile(m_beside));
 }
 
 TEST_F(NSBundleTest, ReadsThePropertyListOnce)

@@ -91,3 +91,50 @@ TEST(NSURL, WritesEquivalentURLsAlike)
 {
     EXPECT_EQ(parsed(u"HTTP://EXAMPLE.com:/%41%7e%2f"_s), "http://example.com/A~%2F");
 }
+
+TEST(NSURL, OfAPathIsTheOneThatQtMakes)
+{
+    for (const QString &path :
+         {u"/"_s, u"/tmp/a.txt"_s, u"/a b/ä?#%41[x];=&+"_s, u"/a\n\\"_s, u"/Case/case"_s}) {
+        EXPECT_EQ(NSURL::fileURLWithPath(path), QUrl::fromLocalFile(path));
+        EXPECT_EQ(NSURL::fileURLWithPath(path).toEncoded(), QUrl::fromLocalFile(path).toEncoded());
+        EXPECT_EQ(NSURL::path(NSURL::fileURLWithPath(path)), path);
+        EXPECT_EQ(NSURL::path(QUrl::fromLocalFile(path)), path);
+    }
+}
+
+TEST(NSURL, OfAPathKeepsDotsAndSlashes)
+{
+    for (const QString &path : {u"/a/../b/./c"_s, u"//a//b"_s})
+        EXPECT_EQ(NSURL::path(NSURL::fileURLWithPath(path)), path);
+}
+
+TEST(NSURL, OfAPathKeepsBytesThatAreNotUTF8InItsAbsoluteString)
+{
+    const QString path = u"/ä%"_s + QChar(0xdcff) + u"b"_s;
+    const QUrl url = NSURL::fileURLWithPath(path);
+    EXPECT_EQ(url.toEncoded(), "file:///%C3%A4%25%FFb");
+    EXPECT_EQ(NSURL::path(url), path);
+    EXPECT_EQ(NSURL::path(QUrl::fromEncoded(url.toEncoded())), path);
+    EXPECT_EQ(NSURL::path(QUrl::fromLocalFile(path)), path);
+}
+
+TEST(NSURL, HasAPathWithoutSlashesAtItsEnd)
+{
+    EXPECT_EQ(NSURL::path(QUrl(u"file:///tmp/folder/"_s)), u"/tmp/folder"_s);
+    EXPECT_EQ(NSURL::path(QUrl(u"file:///tmp/folder//"_s)), u"/tmp/folder"_s);
+    EXPECT_EQ(NSURL::path(QUrl(u"file:///"_s)), u"/"_s);
+    EXPECT_EQ(NSURL::path(QUrl()), u""_s);
+    EXPECT_EQ(NSURL::path(QUrl(u"http://h/a%20b/?q#f"_s)), u"/a b"_s);
+}
+
+TEST(NSURL, HasTheFolderOfItsItem)
+{
+    const auto folder = [](const QString &url) {
+        return NSURL::URLByDeletingLastPathComponent(QUrl(url)).toString();
+    };
+    EXPECT_EQ(folder(u"file:///a/b.txt"_s), u"file:///a/"_s);
+    EXPECT_EQ(folder(u"file:///a/b/"_s), u"file:///a/"_s);
+    EXPECT_EQ(folder(u"file:///a"_s), u"file:///"_s);
+    EXPECT_EQ(folder(u"file:///"_s), u"file:///"_s);
+}

@@ -4,6 +4,7 @@
 
 #include "Tests/Platform/Foundation/RunFoundationHost.h"
 #include "Tests/Support/CapturedStandardError.h"
+#include "Tests/Support/ResourceLimit.h"
 #include "Tests/Support/TemporaryHome.h"
 #include "Tests/Support/UnprivilegedChild.h"
 
@@ -24,7 +25,6 @@
 #include <csignal>
 #include <limits>
 #include <random>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -62,26 +62,6 @@ protected:
     const QString m_lock = m_file + u".lock"_s;
     const QString m_damaged = m_file + u".damaged"_s;
     NSUserDefaults m_defaults{[this] { return m_file; }};
-};
-
-/*! Limits a resource of this process until destruction. */
-class ResourceLimit
-{
-public:
-    ResourceLimit(__rlimit_resource resource, rlim_t limit)
-        : m_resource(resource)
-    {
-        EXPECT_EQ(::getrlimit(resource, &m_original), 0);
-        const rlimit lower{limit, m_original.rlim_max};
-        EXPECT_EQ(::setrlimit(resource, &lower), 0);
-    }
-    ~ResourceLimit() { ::setrlimit(m_resource, &m_original); }
-    ResourceLimit(const ResourceLimit &) = delete;
-    ResourceLimit &operator=(const ResourceLimit &) = delete;
-
-private:
-    const __rlimit_resource m_resource;
-    rlimit m_original = {};
 };
 
 /*! Files that hold no settings. */

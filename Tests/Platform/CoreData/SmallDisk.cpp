@@ -1,0 +1,28 @@
+#include "Tests/Platform/CoreData/SmallDisk.h"
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+SmallDisk::SmallDisk()
+{
+    m_isThere = ::unshare(::geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) == 0
+                && ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0
+                && ::mount("small", qPrintable(path()), "tmpfs", 0, "size=256k") == 0;
+    m_folder.setAutoRemove(false);
+}
+
+void SmallDisk::fill() const
+{
+    QFile file(filler());
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+    while (file.write(QByteArray(4096, 'x')) == 4096) { }
+}
+
+void SmallDisk::free() const { EXPECT_TRUE(QFile::remove(filler())); }

@@ -1,0 +1,111 @@
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <linux/fuse.h>
+#include <sched.h>
+#include <string>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+void require(bool condition, const char *what)
+{
+    if (!condition) {
+        std::perror(what);
+        std::exit(1);
+    }
+}
+
+/*! From now on what this process mounts is seen by itself and what it starts, and goes with them. */
+void leaveMounts()
+{
+    const std::string user = std::to_string(::getuid());
+    const std::string group = std::to_string(::getgid());
+    if (::unshare(CLONE_NEWNS) != 0) {
+        require(::unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0, "unshare");
+        std::ofstream("/proc/self/setgroups") << "deny";
+        std::ofstream("/proc/self/uid_map") << user + ' ' + user + " 1";
+        std::ofstream("/proc/self/gid_map") << group + ' ' + group + " 1";
+    }
+    require(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "private mounts");
+}
+
+/*! Shows a file system of this process's at a folder; the descriptor of its requests. */
+int show(const char *folder)
+{
+    const int requests = ::open("/dev/fuse", O_RDWR | O_CLOEXEC);
+    require(requests >= 0, "/dev/fuse");
+    const std::string options = "fd=" + std::to_string(requests) + ",rootmode=40000,user_id="
+                                + std::to_string(::getuid()) + ",group_id=" + std::to_string(::getgid());
+    require(::mount("nonsense", folder, "fuse.portal", MS_NOSUID | MS_NODEV, options.c_str()) == 0, "mount");
+    return requests;
+}
+
+template <typename Contents>
+void reply(int requests, const fuse_in_header &request, const Contents &contents)
+{
+    struct
+    {
+        fuse_out_header head;
+        Contents contents;
+    } message{{sizeof message, 0, request.unique}, contents};
+    // The kernel says what it thinks of the nonsense.
+    [[maybe_unused]] const ssize_t written = ::write(requests, &message, sizeof message);
+}
+
+/*! Answers that it is there and a folder, and everything else with nonsense. */
+void serve(int requests)
+{
+    static std::array<char, FUSE_MIN_READ_BUFFER + 131'072> buffer;
+    while (::read(requests, buffer.data(), buffer.size()) > 0) {
+        fuse_in_header request = {};
+        std::memcpy(&request, buffer.data(), sizeof request);
+        if (request.opcode == FUSE_INIT) {
+            fuse_init_out version = {};
+            version.major = FUSE_KERNEL_VERSION;
+            version.minor = FUSE_KERNEL_MINOR_VERSION;
+            version.max_write = 4096;
+            reply(requests, request, version);
+        } else if (request.opcode == FUSE_GETATTR && request.nodeid == FUSE_ROOT_ID) {
+            fuse_attr_out root = {};
+            root.attr.ino = FUSE_ROOT_ID;
+            root.attr.mode = S_IFDIR | 0700;
+            root.attr.nlink = 2;
+            root.attr.uid = ::getuid();
+            root.attr.gid = ::getgid();
+            reply(requests, request, root);
+        } else if (request.opcode != FUSE_FORGET && request.opcode != FUSE_BATCH_FORGET) {
+            std::array<char, sizeof(fuse_entry_out)> nonsense;
+            nonsense.fill('\xa5');
+            reply(requests, request, nonsense);
+        }
+    }
+}
+
+} // namespace
+
+/*! NonsensePortal FOLDER COMMAND [ARGUMENT…] runs a command that sees, at a folder, a file system which talks
+    nonsense.
+*/
+int main(int argc, char **argv)
+{
+    require(argc > 2, "arguments");
+    leaveMounts();
+    const int requests = show(argv[1]);
+    std::thread(serve, requests).detach();
+    const pid_t command = ::fork();
+    if (command == 0) {
+        ::execvp(argv[2], argv + 2);
+        ::_exit(127);
+    }
+    int status = 0;
+    ::waitpid(command, &status, 0);
+    ::_exit(WIFEXITED(status) ? WEXITSTATUS(status) : 1); // The thread is still in its read.
+}
