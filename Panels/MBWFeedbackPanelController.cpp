@@ -227,8 +227,9 @@ void MBWFeedbackPanelController::getSupport(QObject *)
 bool MBWFeedbackPanelController::eventFilter(QObject *watched, QEvent *event)
 {
     const QEvent::Type type = event->type();
-    // A screen may have another density.
-    if (watched == m_visualEffectView && (type == QEvent::Resize || type == QEvent::ScreenChangeInternal))
+    // A screen may have another density. The types come first: other events come from a view that is being
+    // destroyed.
+    if ((type == QEvent::Resize || type == QEvent::ScreenChangeInternal) && watched == m_visualEffectView)
         roundCorners();
     if (watched == m_panel && type == QEvent::LanguageChange) {
         if (m_ratingText && m_visualEffectView) // which the layout sets texts in
