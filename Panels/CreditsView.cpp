@@ -4,10 +4,12 @@
 
 #include <utility>
 
+namespace Marblewick {
+
 void CreditsView::paintEvent(QPaintEvent *event)
 {
     QTextBrowser::paintEvent(event);
-    if (!std::exchange(m_wasDrawn, true))
+    if (!m_isLaidOut)
         QMetaObject::invokeMethod(this, &CreditsView::layOutText, Qt::QueuedConnection);
 }
 
@@ -19,7 +21,10 @@ void CreditsView::resizeEvent(QResizeEvent *event)
 
 void CreditsView::layOutText()
 {
-    m_isLaidOut = true;
+    if (std::exchange(m_isLaidOut, true))
+        return;
     QResizeEvent firstSize(viewport()->size(), QSize());
     resizeEvent(&firstSize);
 }
+
+} // namespace Marblewick

@@ -1,6 +1,7 @@
 #include "Panels/MBWAboutPanel.h"
 
 #include "Panels/NSColor+MBWExtensions.h"
+#include "Platform/AppKit/LeadingAlignment.h"
 #include "Platform/AppKit/NSWorkspace.h"
 #include "Platform/Foundation/NSString.h"
 #include "Platform/Foundation/NSURL.h"
@@ -217,18 +218,15 @@ void MBWAboutPanel::setUpTexts()
         return;
     m_ui->retranslateUi(window());
     window()->setWindowTitle(window()->windowTitle().arg(applicationName()));
-    // By themselves labels follow the direction of their text, and a Latin name would lie far from the icon.
-    const Qt::Alignment alignment = QStyle::visualAlignment(window()->layoutDirection(), Qt::AlignLeading)
-                                    | Qt::AlignAbsolute | Qt::AlignVCenter;
     for (QLabel *const label : {m_ui->nameLabel, m_ui->versionLabel, m_ui->copyrightLabel})
-        label->setAlignment(alignment);
+        alignLeading(label);
     m_ui->nameLabel->setText(applicationName());
     m_ui->versionLabel->setText(m_versionString);
     m_ui->copyrightLabel->setText(
         description(m_infoDictionary.value(kNSHumanReadableCopyrightKey)).value_or(QString()));
     m_ui->copyrightLabel->setHidden(m_ui->copyrightLabel->text().isEmpty());
     m_ui->webSiteButton->setToolTip(webSiteURLOrEmpty().toDisplayString());
-    m_ui->webSiteButton->setHidden(!webSiteURL());
+    m_ui->webSiteButton->setHidden(!NSWorkspace::opensScheme(webSiteURLOrEmpty().scheme()));
 
     // A layout with texts that wrap does not give its window a minimum height by itself, nor does one whose
     // window has a width of its own make that wider for its buttons.
@@ -239,9 +237,10 @@ void MBWAboutPanel::setUpTexts()
 
 bool MBWAboutPanel::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::LanguageChange && watched == window())
+    const QEvent::Type type = event->type();
+    if (watched == window() && (type == QEvent::LanguageChange || type == QEvent::LayoutDirectionChange))
         setUpTexts();
-    if (event->type() == QEvent::PaletteChange && watched == m_ui->creditsView)
+    if (type == QEvent::PaletteChange && watched == m_ui->creditsView)
         showCredits(); // Links have the colour of the palette that was.
     return NSWindowController::eventFilter(watched, event);
 }

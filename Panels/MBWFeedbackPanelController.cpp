@@ -2,6 +2,7 @@
 
 #include "Panels/MBWFeedbackPanel.h"
 #include "Platform/AppKit/HidingBeforeQuit.h"
+#include "Platform/AppKit/LeadingAlignment.h"
 #include "Platform/AppKit/NSApplication.h"
 #include "Platform/AppKit/NSVisualEffectView.h"
 #include "Platform/Foundation/NSBundle.h"
@@ -24,17 +25,20 @@ namespace {
 constexpr double cornerRadius = 5;
 constexpr int fadeDuration = 250; // milliseconds
 
-/*! The host's active window, else one that is on the screen: at launch, or behind other applications, none is
-    active. Null where the host shows none.
+/*! The host's active window. At launch, or behind other applications, none is: then the modal one, which
+   blocks the others, else the first that is on the screen. Null where the host shows none.
 */
-const QWidget *hostWindow(const QWidget *panel)
+QWindow *hostWindow()
 {
-    if (const QWidget *const active = QApplication::activeWindow())
+    const QWidget *const activeWidget = QApplication::activeWindow();
+    if (QWindow *const active = activeWidget ? activeWidget->windowHandle() : QGuiApplication::focusWindow())
         return active;
-    const QWidgetList windows = QApplication::topLevelWidgets();
-    const auto found = std::ranges::find_if(windows, [panel](const QWidget *window) {
-        return window != panel && window->windowType() == Qt::Window && window->isVisible()
-               && !window->isMinimized();
+    if (QWindow *const modal = QGuiApplication::modalWindow())
+        return modal;
+    const QWindowList windows = QGuiApplication::topLevelWindows();
+    const auto found = std::ranges::find_if(windows, [](const QWindow *window) {
+        return (window->type() == Qt::Window || window->type() == Qt::Dialog) && window->isVisible()
+               && window->windowState() != Qt::WindowMinimized;
     });
     return found == windows.end() ? nullptr : *found;
 }
@@ -75,6 +79,7 @@ void MBWFeedbackPanelController::windowDidLoad()
     headingFont.setBold(true);
     headingFont.setPointSizeF(headingFont.pointSizeF() * 1.3);
     m_ratingText->setFont(headingFont);
+    alignTexts();
     updateInfoText();
     roundCorners();
     m_panel->setAlphaValue(0);
@@ -105,9 +110,19 @@ void MBWFeedbackPanelController::connectButton(QPushButton *button, Action actio
     });
 }
 
+void MBWFeedbackPanelController::alignTexts()
+{
+    for (QLabel *const text : {m_ratingText.data(), m_infoText.data()}) {
+        if (text)
+            alignLeading(text);
+    }
+}
+
 void MBWFeedbackPanelController::roundCorners()
 {
-    const QRectF bounds = m_visualEffectView ? m_visualEffectView->rect() : QRect();
+    const QRectF bounds = m_visualEffectView->rect();
+    if (bounds.isEmpty())
+        return;
     const double scale = m_panel->devicePixelRatioF();
     QImage mask((bounds.size() * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
     mask.fill(Qt::transparent);
@@ -118,8 +133,7 @@ void MBWFeedbackPanelController::roundCorners()
     painter.setBrush(Qt::black);
     painter.drawRoundedRect(bounds, cornerRadius, cornerRadius);
     painter.end();
-    if (m_visualEffectView)
-        m_visualEffectView->setMaskImage(mask);
+    m_visualEffectView->setMaskImage(mask);
 }
 
 void MBWFeedbackPanelController::updateInfoText()
@@ -164,12 +178,12 @@ void MBWFeedbackPanelController::showWindow(QObject *sender)
 
 void MBWFeedbackPanelController::placeOverActiveWindow()
 {
-    const QWidget *const host = hostWindow(m_panel);
-    if (host == m_panel)
-        return; // It is shown again by its own answer, and stays above the window that it was shown for.
     m_panel->winId(); // makes the window handle
+    QWindow *const host = hostWindow();
+    if (host == m_panel->windowHandle())
+        return; // It was active until its answer, which shows it again: it stays above the same window.
     // Wayland keeps a window above its transient parent, and above nothing else.
-    m_panel->windowHandle()->setTransientParent(host ? host->windowHandle() : nullptr);
+    m_panel->windowHandle()->setTransientParent(host);
     if (m_wasPlaced)
         return; // The user may have moved it.
     m_wasPlaced = true;
@@ -212,14 +226,19 @@ void MBWFeedbackPanelController::getSupport(QObject *)
 
 bool MBWFeedbackPanelController::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::Resize && watched == m_visualEffectView)
+    const QEvent::Type type = event->type();
+    // A screen may have another density. The types come first: other events come from a view that is being
+    // destroyed.
+    if ((type == QEvent::Resize || type == QEvent::ScreenChangeInternal) && watched == m_visualEffectView)
         roundCorners();
-    if (watched == m_panel && event->type() == QEvent::LanguageChange) {
+    if (watched == m_panel && type == QEvent::LanguageChange) {
         if (m_ratingText && m_visualEffectView) // which the layout sets texts in
             m_ui->retranslateUi(m_panel);
         updateInfoText();
     }
-    if (watched == m_panel && event->type() == QEvent::Close && m_panel->isVisible()) {
+    if (watched == m_panel && type == QEvent::LayoutDirectionChange)
+        alignTexts();
+    if (watched == m_panel && type == QEvent::Close && m_panel->isVisible()) {
         const QPointer self(this);
         rateLater();
         if (self && m_panel->isVisible())

@@ -87,7 +87,8 @@ public:
     void showWindowForApplicationName(const QString &applicationName);
 
     /*! Shows the panel, which fades in within a quarter of a second. The first time it is put in the middle
-       of the host's active window, or of one that is shown where none is active. The sender is not used.
+       of the host's active window; where none is active, of its modal one, else of the first that is shown.
+       The sender is not used.
     */
     void showWindow(QObject *sender = nullptr) override;
 
@@ -117,6 +118,7 @@ private:
     MBWFeedbackPanelController();
 
     void connectButton(QPushButton *button, Action action);
+    void alignTexts();
     void roundCorners();
     void fitToTexts();
     void placeOverActiveWindow();

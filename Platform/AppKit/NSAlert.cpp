@@ -1,6 +1,7 @@
 #include "Platform/AppKit/NSAlert.h"
 
 #include "Platform/AppKit/HidingBeforeQuit.h"
+#include "Platform/AppKit/LeadingAlignment.h"
 #include "Platform/AppKit/NSApplication.h"
 #include "Platform/Foundation/NSLog.h"
 
@@ -28,6 +29,7 @@ QLabel *newLabel(const QString &objectName, const QString &text)
     label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
     label->setMinimumWidth(readableWidth * label->fontMetrics().averageCharWidth());
+    alignLeading(label);
     return label;
 }
 
@@ -44,14 +46,16 @@ QLabel *newIcon(const QDialog &window)
     return label;
 }
 
-/*! QMessageBox is not used: it wraps its text at half the width that reads well, and takes twice the time to
-    come up.
-*/
+/*! QMessageBox is not used: it wraps its text at half the width that reads well, and takes longer to come up.
+ */
 void layOut(QDialog &window, const QString &messageText, const QString &informativeText,
             QDialogButtonBox *buttons)
 {
     window.setObjectName(u"Alert"_s);
     window.setWindowTitle(QGuiApplication::applicationDisplayName());
+    // The title is only the application's name, and a screen reader tells of a window what it is named.
+    window.setAccessibleName(messageText);
+    window.setAccessibleDescription(informativeText);
     QLabel *const message = newLabel(u"messageText"_s, messageText);
     QFont font = message->font();
     font.setBold(true);

@@ -58,7 +58,7 @@ struct MARBLEWICK_PANELS_EXPORT NSAttributedString
     /*! The text of an RTF document. Read are groups, fonts, sizes, bold, italic, underlines, colours of the
         text, alignment, indents, spacing, tabs, links (fields with HYPERLINK), Unicode and code pages; the
         marks of lists come as the text that the document gives for them. Everything else is passed over:
-        pictures, embedded objects, headers, footnotes, backgrounds.
+        pictures, embedded objects, headers, footnotes, backgrounds, and text that is hidden or deleted.
 
         Nil where the data do not begin as RTF does. A document that breaks off gives what was read. It ends
         after 1,048,576 characters or 16,384 paragraphs, and a paragraph of more than 8192 characters is
@@ -72,8 +72,8 @@ struct MARBLEWICK_PANELS_EXPORT NSAttributedString
     static std::optional<NSAttributedString> initWithContentsOfFile(const QString &path);
 
     /*! Replaces what is in a document. Text without a colour, or in the catalogue's textColor, takes that of
-        the widget that shows the document, and follows it when the palette changes. Links
-        without a colour get `linkColor`. Main thread.
+        the widget that shows the document, and follows it when the palette changes; where that is a link, it
+        gets `linkColor` instead. Main thread.
     */
     void replaceContents(QTextDocument *document, const QColor &linkColor) const;
 };

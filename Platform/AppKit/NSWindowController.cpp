@@ -28,6 +28,7 @@ void NSWindowController::showWindow(QObject *)
         return NSLog(u"%@ is not shown, because a window needs a QApplication: make one before",
                      {m_windowNibName});
     QWidget *const shown = window();
+    shown->setWindowState(shown->windowState() & ~Qt::WindowMinimized);
     shown->show();
     shown->raise();
     if (!shown->testAttribute(Qt::WA_ShowWithoutActivating))

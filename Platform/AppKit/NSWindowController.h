@@ -30,8 +30,8 @@ public:
     bool isWindowLoaded() const { return !m_window.isNull(); }
 
     /*! Shows the window in front of the application's others and gives it the focus, unless its attribute
-        Qt::WA_ShowWithoutActivating is set. Without a QApplication the process log says that nothing is
-        shown. The sender is not used.
+        Qt::WA_ShowWithoutActivating is set. A window that was minimised is restored. Without a QApplication
+       the process log says that nothing is shown. The sender is not used.
     */
     virtual void showWindow(QObject *sender = nullptr);
 

@@ -1,6 +1,7 @@
 #include "Tests/Panels/AboutPanelHost.h"
 #include "Tests/Support/CapturedStandardError.h"
 #include "Tests/Support/UnprivilegedChild.h"
+#include "Tests/Support/WindowLooks.h"
 
 #include <Marblewick/MBWAboutPanel.h>
 #include <Marblewick/NSWorkspace.h>
@@ -16,6 +17,7 @@
 #include <QTextBlock>
 #include <QTextBrowser>
 
+#include <functional>
 #include <optional>
 #include <sys/stat.h>
 #include <vector>
@@ -231,12 +233,24 @@ public:
 
     bool eventFilter(QObject *watched, QEvent *event) override
     {
-        if (event->type() == QEvent::Paint)
+        if (event->type() == QEvent::Paint) {
             withText.push_back(m_view->document()->pageSize().width() > 0);
+            if (withText.size() == 1)
+                QCoreApplication::postEvent(this, new QEvent(QEvent::User), Qt::HighEventPriority);
+        }
         return QObject::eventFilter(watched, event);
     }
 
+    bool event(QEvent *event) override
+    {
+        if (event->type() == QEvent::User && afterTheFirst)
+            afterTheFirst();
+        return QObject::event(event);
+    }
+
     std::vector<bool> withText;
+    /*! What to do once the first picture is drawn, before anything else that waits for that. */
+    std::function<void()> afterTheFirst;
 
 private:
     const QTextBrowser *const m_view;
@@ -251,9 +265,45 @@ TEST_F(AboutPanelCredits, AreInTheViewAtOnceAndDrawnRightAfterTheWindowsFirstPic
     EXPECT_EQ(panel->creditsView()->toPlainText(), u"\u2588"_s);
     const Pictures pictures(panel->creditsView());
     panel->showWindow();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return pictures.withText.size() == 2; }));
-    EXPECT_EQ(pictures.withText, (std::vector<bool>{false, true}));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !pictures.withText.empty() && pictures.withText.back(); }));
+    EXPECT_FALSE(pictures.withText.front());
     EXPECT_EQ(colorOf(0), QApplication::palette().color(QPalette::Text));
+}
+
+TEST_F(AboutPanelCredits, AreNotDrawnWhereThePanelIsDestroyedRightAfterItsFirstPicture)
+{
+    writeCredits("Thanks");
+    panel.emplace(host.bundle()).window();
+    Pictures pictures(panel->creditsView());
+    pictures.afterTheFirst = [&] { panel.reset(); };
+    panel->showWindow();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !panel; }));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(pictures.withText, std::vector{false});
+}
+
+TEST_F(AboutPanelCredits, AreDrawnWhereThePanelIsHiddenRightAfterItsFirstPictureAndShownAgain)
+{
+    writeCredits(R"(\fs80\u9608 ?)");
+    panel.emplace(host.bundle()).window();
+    Pictures pictures(panel->creditsView());
+    pictures.afterTheFirst = [&] { panel->window()->hide(); };
+    panel->showWindow();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return panel->window()->isHidden(); }));
+    EXPECT_EQ(pictures.withText, std::vector{false});
+    panel->showWindow();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return pictures.withText.back(); }));
+    EXPECT_EQ(colorOf(0), QApplication::palette().color(QPalette::Text));
+}
+
+TEST_F(AboutPanelCredits, CanBeCopiedBeforeTheyAreDrawn)
+{
+    writeCredits("Thanks");
+    panel.emplace(host.bundle()).window();
+    QTest::keySequence(panel->creditsView(), QKeySequence::SelectAll);
+    QTest::keySequence(panel->creditsView(), QKeySequence::Copy);
+    EXPECT_LE(panel->creditsView()->document()->pageSize().width(), 0);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), u"Thanks"_s);
 }
 
 TEST_F(AboutPanelCredits, FitTheViewWhereTheWindowIsResizedBeforeTheirFirstPicture)
@@ -289,6 +339,28 @@ TEST_F(AboutPanelCredits, HaveLinksInTheColorOfTextWhereThePalettesIsHardToTellF
     QApplication::setPalette(palette);
     show();
     EXPECT_EQ(colorOf(0), lightText);
+}
+
+TEST_F(AboutPanelCredits, HaveLinksInThePalettesColorFromADifferenceOf80LevelsOfGrayOn)
+{
+    writeCredits(R"(\fs80{\field{\*\fldinst{HYPERLINK "https://example.com/"}}{\fldrslt\u9608 ?}})");
+    QPalette palette = darkPalette(); // whose background has the level 30
+    const auto isSeenIn = [&](const QColor &seen, const QColor &link) {
+        palette.setColor(QPalette::Link, link);
+        QApplication::setPalette(palette);
+        return QTest::qWaitFor([&] { return colorOf(0) == seen; });
+    };
+    show();
+    EXPECT_TRUE(isSeenIn(lightText, QColor(109, 109, 109)));
+    const QColor darkest(110, 110, 110);
+    EXPECT_TRUE(isSeenIn(darkest, darkest));
+    EXPECT_GE(contrast(darkest, palette.color(QPalette::Base)), 3);
+
+    palette.setColor(QPalette::Base, Qt::white);
+    palette.setColor(QPalette::Text, Qt::black);
+    EXPECT_TRUE(isSeenIn(Qt::black, QColor(176, 176, 176)));
+    const QColor palest(175, 175, 175);
+    EXPECT_TRUE(isSeenIn(palest, palest));
 }
 
 // What they do

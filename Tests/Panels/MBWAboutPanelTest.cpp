@@ -301,7 +301,7 @@ TEST_F(AboutPanel, HasNoWebSiteWhereThePropertyIsMissingOfAnotherTypeOrNoURL)
     EXPECT_EQ(opened, QList<QUrl>());
 }
 
-TEST_F(AboutPanel, DoesNotOpenAnAddressThatTheWorkspaceRefuses)
+TEST_F(AboutPanel, DoesNotOpenAnAddressThatTheWorkspaceRefusesAndHasNoButtonForIt)
 {
     for (const char *address : {"file:///etc/passwd", "javascript:alert(1)", "example.com"}) {
         const AboutPanelHost other;
@@ -309,6 +309,7 @@ TEST_F(AboutPanel, DoesNotOpenAnAddressThatTheWorkspaceRefuses)
         MBWAboutPanel about(other.bundle());
         EXPECT_NE(about.webSiteURL(), std::nullopt) << address;
         about.openWebSiteURL();
+        EXPECT_TRUE(about.window()->findChild<QPushButton *>(u"webSiteButton"_s)->isHidden()) << address;
     }
     EXPECT_EQ(opened, QList<QUrl>());
 }

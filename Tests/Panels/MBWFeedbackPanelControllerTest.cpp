@@ -1,5 +1,6 @@
 #include <Marblewick/MBWFeedbackPanelController.h>
 
+#include "Tests/Support/CapturedStandardError.h"
 #include "Tests/Support/TemporaryHome.h"
 
 #include <Marblewick/MBWFeedbackPanel.h>
@@ -9,6 +10,7 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDialog>
 #include <QElapsedTimer>
 #include <QPointer>
 #include <QPushButton>
@@ -19,6 +21,7 @@
 #include <QTranslator>
 #include <QWindow>
 
+#include <array>
 #include <functional>
 
 using namespace Marblewick;
@@ -54,6 +57,10 @@ protected:
         return panel()->findChild<QPushButton *>(QLatin1StringView(name));
     }
     bool isOpaque() { return panel()->alphaValue() == 1; }
+    int distanceFromTheMiddleOf(const QRect &place)
+    {
+        return (panel()->frameGeometry().center() - place.center()).manhattanLength();
+    }
 
     void show()
     {
@@ -131,6 +138,25 @@ TEST_F(FeedbackPanel, ItsCornersStayRoundWhereItsSizeChanges)
     EXPECT_TRUE(QTest::qWaitFor([this] { return controller->visualEffectView()->width() == 700; }));
     EXPECT_EQ(controller->visualEffectView()->maskImage().size(),
               QSize(700, 300) * panel()->devicePixelRatio());
+}
+
+TEST_F(FeedbackPanel, ItsCornersAreMadeAnewForAnotherScreen)
+{
+    show();
+    controller->visualEffectView()->setMaskImage({});
+    QEvent event(QEvent::ScreenChangeInternal); // what the toolkit sends then
+    QCoreApplication::sendEvent(controller->visualEffectView(), &event);
+    EXPECT_EQ(controller->visualEffectView()->maskImage().size(),
+              controller->visualEffectView()->size() * panel()->devicePixelRatio());
+}
+
+TEST_F(FeedbackPanel, ABackgroundWithoutASizeIsNotDrawnOnAndNothingIsReported)
+{
+    show();
+    const CapturedStandardError log;
+    controller->visualEffectView()->resize(0, 0);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(log.text(), QString());
 }
 
 TEST_F(FeedbackPanel, ItsCornersAreSeenThrough)
@@ -260,9 +286,70 @@ TEST_F(FeedbackPanel, IsPutInTheMiddleOfTheActiveWindowAndStaysAboveIt)
     host.show();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&host));
     show();
-    const QPoint away = panel()->frameGeometry().center() - host.frameGeometry().center();
-    EXPECT_LE(away.manhattanLength(), 2);
+    EXPECT_LE(distanceFromTheMiddleOf(host.frameGeometry()), 2);
     EXPECT_EQ(panel()->windowHandle()->transientParent(), host.windowHandle());
+}
+
+TEST_F(FeedbackPanel, IsPutInTheMiddleOfADialogThatIsTheHostsOnlyWindowWhetherItIsActiveOrNot)
+{
+    for (const bool isActive : {true, false}) {
+        controller = MBWFeedbackPanelController::init();
+        QDialog host;
+        host.setGeometry(100, 120, 600, 400);
+        host.show();
+        ASSERT_TRUE(!isActive || QTest::qWaitForWindowActive(&host));
+        ASSERT_EQ(QApplication::activeWindow(), isActive ? &host : nullptr);
+        controller->showWindowForApplicationName(u"Cartographer"_s);
+        EXPECT_LE(distanceFromTheMiddleOf(host.frameGeometry()), 2);
+        EXPECT_EQ(panel()->windowHandle()->transientParent(), host.windowHandle());
+    }
+}
+
+TEST_F(FeedbackPanel, IsPutInTheMiddleOfAWindowWithoutWidgetsWhetherItIsActiveOrNot)
+{
+    QWindow other;
+    other.setGeometry(10, 10, 200, 200);
+    other.show();
+    QWindow host;
+    host.setGeometry(100, 120, 600, 400);
+    host.show();
+    controller->showWindowForApplicationName(u"Cartographer"_s);
+    EXPECT_EQ(panel()->windowHandle()->transientParent(), &other);
+    EXPECT_LE(distanceFromTheMiddleOf(other.frameGeometry()), 2);
+    controller = MBWFeedbackPanelController::init();
+    host.requestActivate();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&host));
+    controller->showWindowForApplicationName(u"Cartographer"_s);
+    EXPECT_EQ(panel()->windowHandle()->transientParent(), &host);
+    EXPECT_LE(distanceFromTheMiddleOf(host.frameGeometry()), 2);
+}
+
+TEST_F(FeedbackPanel, IsPutOverTheModalDialogThatBlocksTheOtherWindowsAndIsNotBlockedItself)
+{
+    QWidget host;
+    host.setGeometry(0, 0, 200, 200);
+    host.show();
+    QDialog dialog;
+    dialog.setModal(true);
+    dialog.setGeometry(100, 120, 600, 400);
+    dialog.show();
+    ASSERT_EQ(QApplication::activeWindow(), nullptr);
+    showAndWaitForTheFade();
+    EXPECT_EQ(panel()->windowHandle()->transientParent(), dialog.windowHandle());
+    const QPushButton *const rate = button("rateAppButton");
+    QTest::mouseClick(panel()->windowHandle(), Qt::LeftButton, {},
+                      rate->mapTo(panel(), rate->rect().center()));
+    EXPECT_EQ(delegate.answers, Answers{0});
+}
+
+TEST_F(FeedbackPanel, StaysAboveTheFirstOfSeveralWindowsWhereNoneIsActive)
+{
+    std::array<QWidget, 8> hosts;
+    for (QWidget &host : hosts)
+        host.show();
+    ASSERT_EQ(QApplication::activeWindow(), nullptr);
+    controller->showWindowForApplicationName(u"Cartographer"_s);
+    EXPECT_EQ(panel()->windowHandle()->transientParent(), hosts.front().windowHandle());
 }
 
 TEST_F(FeedbackPanel, StaysAboveAWindowThatIsShownWhereNoneIsActiveAsAtLaunch)
@@ -282,8 +369,7 @@ TEST_F(FeedbackPanel, StaysAboveNoWindowWhereTheHostShowsNone)
     controller->showWindowForApplicationName(u"Cartographer"_s);
     EXPECT_TRUE(panel()->isVisible());
     EXPECT_EQ(panel()->windowHandle()->transientParent(), nullptr);
-    const QPoint away = panel()->frameGeometry().center() - panel()->screen()->availableGeometry().center();
-    EXPECT_LE(away.manhattanLength(), 2);
+    EXPECT_LE(distanceFromTheMiddleOf(panel()->screen()->availableGeometry()), 2);
 }
 
 TEST_F(FeedbackPanel, FadesInOverAQuarterOfASecond)

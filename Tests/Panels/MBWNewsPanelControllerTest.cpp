@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QAccessible>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDialog>
@@ -93,6 +94,22 @@ TEST_F(NewsPrompt, AsksInTheseWords)
         EXPECT_EQ(
             text("informativeText"),
             u"For the latest news about apps and updates, subscribe to our infrequent mailing list. Your details will not be shared with anyone else."_s);
+        clickCancel();
+    });
+    panel()->showSubscribePanel();
+    EXPECT_EQ(shown, 1);
+}
+
+TEST_F(NewsPrompt, AScreenReaderIsToldItsWordsAndTheButtonsNames)
+{
+    answer([] {
+        const auto told = [](QObject *object, QAccessible::Text kind) {
+            return QAccessible::queryAccessibleInterface(object)->text(kind);
+        };
+        EXPECT_EQ(told(prompt(), QAccessible::Name), u"Sign Up for News"_s);
+        EXPECT_EQ(told(prompt(), QAccessible::Description), text("informativeText"));
+        EXPECT_EQ(told(button(u"Subscribe…"_s), QAccessible::Name), u"Subscribe…"_s);
+        EXPECT_EQ(told(button(u"Cancel"_s), QAccessible::Name), u"Cancel"_s);
         clickCancel();
     });
     panel()->showSubscribePanel();

@@ -93,6 +93,7 @@ TEST_F(PanelLooks, EachIsMirroredWhereTheTextRunsFromRightToLeft)
     lookAtEach(u"left-to-right"_s, [&](const QWidget *window) {
         for (const QPushButton *const button : window->findChildren<QPushButton *>())
             distanceFromTheLeft[button->text()] = button->mapTo(window, QPoint()).x();
+        expectThatTextsLieWhereLinesBegin(window);
     });
     EXPECT_EQ(distanceFromTheLeft.size(), 6);
     QApplication::setLayoutDirection(Qt::RightToLeft);
@@ -102,7 +103,18 @@ TEST_F(PanelLooks, EachIsMirroredWhereTheTextRunsFromRightToLeft)
                                      - 1;
             EXPECT_NEAR(fromTheRight, distanceFromTheLeft[button->text()], 1) << qPrintable(button->text());
         }
+        expectThatTextsLieWhereLinesBegin(window);
     });
+}
+
+TEST_F(PanelLooks, TheFeedbackPanelIsMirroredWhileItIsShownWithItsTexts)
+{
+    const auto controller = MBWFeedbackPanelController::init();
+    controller->showWindowForApplicationName(u"Cartographer"_s);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(controller->window()));
+    QApplication::setLayoutDirection(Qt::RightToLeft);
+    QTest::qWait(0);
+    expectThatTextsLieWhereLinesBegin(controller->window());
 }
 
 TEST_F(PanelLooks, TheFeedbackPanelGrowsWithAVeryLongApplicationName)

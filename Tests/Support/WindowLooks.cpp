@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QBitmap>
 #include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QStyleFactory>
+#include <QTextBrowser>
 
 #include <cmath>
 
@@ -51,34 +53,77 @@ void expectThatEveryTextIsReadable(const QWidget *window)
     for (const QWidget *const widget : window->findChildren<QWidget *>()) {
         const QPalette palette = widget->palette();
         const bool isField = qobject_cast<const QLineEdit *>(widget)
-                             || qobject_cast<const QPlainTextEdit *>(widget);
+                             || qobject_cast<const QPlainTextEdit *>(widget)
+                             || qobject_cast<const QTextBrowser *>(widget);
         const QColor text = palette.color(isField ? QPalette::Text : QPalette::WindowText);
         const QColor background = palette.color(isField ? QPalette::Base : QPalette::Window);
         EXPECT_GE(contrast(text, background), 4.5) << qPrintable(widget->objectName());
     }
 }
 
+namespace {
+
+template <typename Widget>
+QList<Widget *> visibleParts(const QWidget *window)
+{
+    QList<Widget *> parts = window->findChildren<Widget *>();
+    parts.removeIf([](const Widget *part) { return !part->isVisible(); });
+    return parts;
+}
+
+void expectThatItHasItsOwnPlace(const QWidget *part)
+{
+    const QWidget *const parent = part->parentWidget();
+    EXPECT_TRUE(parent->rect().contains(part->geometry())) << qPrintable(part->objectName());
+    for (const QWidget *const other : parent->findChildren<QWidget *>(Qt::FindDirectChildrenOnly))
+        EXPECT_TRUE(other == part || !other->isVisible() || !other->geometry().intersects(part->geometry()))
+            << qPrintable(other->objectName()) << " lies over " << qPrintable(part->objectName());
+}
+
+/*! Where the last line of a label's text is drawn, in points. */
+QRect lastLineOf(QLabel *label)
+{
+    QImage image(label->size(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    label->render(&image, {}, {}, QWidget::RenderFlags());
+    const QRegion ink(QBitmap::fromImage(image.createAlphaMask()));
+    const QRect text = ink.boundingRect();
+    const int lineHeight = label->fontMetrics().height();
+    return (ink & text.adjusted(0, qMax(0, text.height() - lineHeight * 3 / 4), 0, 0)).boundingRect();
+}
+
+} // namespace
+
 void expectThatNothingIsCutOffOrCovered(const QWidget *window)
 {
-    qsizetype labels = 0;
-    for (const QLabel *const label : window->findChildren<QLabel *>()) {
-        if (!label->isVisible())
-            continue;
-        ++labels;
+    const auto labels = visibleParts<QLabel>(window);
+    for (const QLabel *const label : labels) {
         EXPECT_GE(label->height(), label->heightForWidth(label->width())) << qPrintable(label->text());
-        EXPECT_TRUE(label->parentWidget()->rect().contains(label->geometry())) << qPrintable(label->text());
-        for (const QWidget *const other :
-             label->parentWidget()->findChildren<QWidget *>(Qt::FindDirectChildrenOnly))
-            EXPECT_TRUE(other == label || !other->isVisible()
-                        || !other->geometry().intersects(label->geometry()))
-                << qPrintable(other->objectName()) << " lies over " << qPrintable(label->objectName());
+        expectThatItHasItsOwnPlace(label);
     }
-    EXPECT_GE(labels, 2);
-    for (const QPushButton *const button : window->findChildren<QPushButton *>())
-        EXPECT_TRUE(!button->isVisible()
-                    || button->width()
-                           >= button->fontMetrics().size(Qt::TextShowMnemonic, button->text()).width())
+    EXPECT_GE(labels.size(), 2);
+    for (const QPushButton *const button : visibleParts<QPushButton>(window)) {
+        EXPECT_GE(button->width(), button->fontMetrics().size(Qt::TextShowMnemonic, button->text()).width())
             << qPrintable(button->text());
+        expectThatItHasItsOwnPlace(button);
+    }
+    for (const QTextBrowser *const browser : visibleParts<QTextBrowser>(window))
+        expectThatItHasItsOwnPlace(browser);
+}
+
+void expectThatTextsLieWhereLinesBegin(const QWidget *window)
+{
+    qsizetype texts = 0;
+    for (QLabel *const label : visibleParts<QLabel>(window)) {
+        if (label->text().isEmpty())
+            continue;
+        ++texts;
+        const QRect ink = lastLineOf(label);
+        ASSERT_FALSE(ink.isEmpty()) << qPrintable(label->text());
+        const bool isMirrored = window->layoutDirection() == Qt::RightToLeft;
+        EXPECT_LE(isMirrored ? label->width() - 1 - ink.right() : ink.left(), 4) << qPrintable(label->text());
+    }
+    EXPECT_GE(texts, 2);
 }
 
 void keepPicture(QWidget *window, const QString &name)

@@ -33,5 +33,10 @@ void expectThatEveryTextIsReadable(const QWidget *window);
 /*! Fails where a label or a button has too little room for its text, or two widgets lie over each other. */
 void expectThatNothingIsCutOffOrCovered(const QWidget *window);
 
+/*! Fails where the last line of a label, which is the shortest, is not at the side where the window's lines
+   begin: the left one, or the right one of a mirrored window.
+*/
+void expectThatTextsLieWhereLinesBegin(const QWidget *window);
+
 /*! Keeps a picture for a person to look at, where MARBLEWICK_TEST_PICTURES names a folder for it. */
 void keepPicture(QWidget *window, const QString &name);

@@ -58,10 +58,12 @@ qsizetype lengthWithoutHalfAPair(QStringView text, qsizetype room)
     return room > 0 && text[room - 1].isHighSurrogate() ? room - 1 : room;
 }
 
-/*! The address that a field links to; nil where it is no link, or one within the document. */
+/*! The address that a field links to; nil where it is no link, one within the document, or too long. */
 std::optional<QUrl> linkOfFieldInstruction(QStringView instruction)
 {
     constexpr auto keyword = "HYPERLINK"_L1;
+    if (instruction.size() > maximumFieldInstructionLength)
+        return std::nullopt; // What was read of the address may be another one.
     instruction = instruction.trimmed();
     if (!instruction.startsWith(keyword, Qt::CaseInsensitive))
         return std::nullopt;
@@ -244,6 +246,8 @@ void RTFReader::decodePendingBytes()
 
 void RTFReader::take(const QString &text)
 {
+    if (isHidden())
+        return;
     switch (m_state.destination) {
     case RTFDestination::Text:
         append(text);
@@ -255,7 +259,8 @@ void RTFReader::take(const QString &text)
         takeColors(text);
         break;
     case RTFDestination::FieldInstruction:
-        m_fieldInstruction += text.left(maximumFieldInstructionLength - m_fieldInstruction.size());
+        // One more tells an instruction that is too long.
+        m_fieldInstruction += text.left(maximumFieldInstructionLength + 1 - m_fieldInstruction.size());
         break;
     case RTFDestination::Skipped:
         break;
@@ -265,7 +270,7 @@ void RTFReader::take(const QString &text)
 void RTFReader::takeCharacter(QChar character)
 {
     const bool endsParagraph = character == u'\n' || character == QChar::ParagraphSeparator;
-    if (!endsParagraph || m_state.destination != RTFDestination::Text)
+    if (!endsParagraph || m_state.destination != RTFDestination::Text || isHidden())
         return take(character);
     endParagraph();
 }
@@ -332,6 +337,7 @@ void RTFReader::beginRunIfFormatChanged()
 
 void RTFReader::endParagraph()
 {
+    beginRunIfFormatChanged();
     appendToLastRun(u"\n");
     m_text.paragraphs.push_back(m_state.paragraph);
     m_paragraphLength = 0;
@@ -340,11 +346,14 @@ void RTFReader::endParagraph()
 
 void RTFReader::appendToLastRun(QStringView text)
 {
-    if (m_text.runs.empty())
-        m_text.runs.emplace_back();
     m_text.runs.back().length += text.size();
     m_text.string += text;
     m_paragraphLength += text.size();
+}
+
+bool RTFReader::isHidden() const
+{
+    return m_state.destination == RTFDestination::Text && m_state.character.isHidden;
 }
 
 bool RTFReader::isFull() const

@@ -16,6 +16,7 @@ namespace Marblewick {
 
     - 256 groups inside each other, 1024 fonts and 1024 colours; what goes beyond is left out.
     - 65,536 changes of formatting; text beyond the last one keeps it.
+    - 4096 characters in the instruction of a field; a longer one makes no link.
     - 8192 characters and 1024 changes of formatting in a paragraph; what goes beyond makes another paragraph.
     - 1,048,576 characters and 16,384 paragraphs; the text ends there.
 */
@@ -62,6 +63,7 @@ private:
     void beginRunIfFormatChanged();
     void endParagraph();
     void appendToLastRun(QStringView text);
+    bool isHidden() const;
     bool isFull() const;
 
     Font currentFont() const;

@@ -19,6 +19,7 @@ struct RTFCharacterFormat
     bool isBold = false;
     bool isItalic = false;
     bool isUnderlined = false;
+    bool isHidden = false; ///< also text that was deleted, but is kept to be looked through
 
     bool operator==(const RTFCharacterFormat &) const = default;
 };

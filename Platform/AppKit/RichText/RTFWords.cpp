@@ -50,6 +50,7 @@ void resetCharacter(RTFState &state, Parameter)
 constexpr auto formattings = std::to_array<Word<void (*)(RTFState &, Parameter)>>({
     {"b"sv, [](RTFState &s, Parameter p) { s.character.isBold = isOn(p); }},
     {"cf"sv, [](RTFState &s, Parameter p) { s.character.color = p.value_or(0); }},
+    {"deleted"sv, [](RTFState &s, Parameter p) { s.character.isHidden = isOn(p); }},
     {"f"sv, [](RTFState &s, Parameter p) { s.character.font = p.value_or(0); }},
     {"fi"sv, [](RTFState &s, Parameter p) { s.paragraph.firstLineIndent = points(p, maximumIndent); }},
     {"fs"sv, [](RTFState &s,
@@ -72,6 +73,7 @@ constexpr auto formattings = std::to_array<Word<void (*)(RTFState &, Parameter)>
     {"uldb"sv, [](RTFState &s, Parameter p) { s.character.isUnderlined = isOn(p); }},
     {"ulnone"sv, [](RTFState &s, Parameter) { s.character.isUnderlined = false; }},
     {"ulw"sv, [](RTFState &s, Parameter p) { s.character.isUnderlined = isOn(p); }},
+    {"v"sv, [](RTFState &s, Parameter p) { s.character.isHidden = isOn(p); }},
 });
 
 constexpr auto characters = std::to_array<Word<char16_t>>({

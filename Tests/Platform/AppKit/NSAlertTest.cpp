@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QAccessible>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDialog>
@@ -149,6 +150,17 @@ TEST_F(NSAlertTest, WithoutAnApplicationIconItShowsThatOfANote)
         const QPixmap shownIcon = label("icon")->pixmap();
         EXPECT_FALSE(shownIcon.isNull());
         EXPECT_EQ(shownIcon.toImage(), note.pixmap(shownIcon.size()).toImage());
+        shown()->close();
+    });
+}
+
+TEST_F(NSAlertTest, AScreenReaderIsToldTheQuestionAndWhatThereIsToKnowAboutIt)
+{
+    answer([] {
+        const QAccessibleInterface *const window = QAccessible::queryAccessibleInterface(shown());
+        EXPECT_EQ(window->role(), QAccessible::Dialog);
+        EXPECT_EQ(window->text(QAccessible::Name), u"Delete the map?"_s);
+        EXPECT_EQ(window->text(QAccessible::Description), u"It cannot be had back."_s);
         shown()->close();
     });
 }

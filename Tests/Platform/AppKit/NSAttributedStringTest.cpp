@@ -152,6 +152,16 @@ TEST_F(NSAttributedStringDocument, UnderlinesLinksAndColorsThoseWithoutAColor)
     EXPECT_FALSE(formatOf(u"text"_s).isAnchor());
 }
 
+TEST_F(NSAttributedStringDocument, ColorsLinksInTheStandardTextColorAsThoseWithoutAColor)
+{
+    auto text = NSAttributedString::initWithRTF(
+        R"({\rtf1 {\field{\*\fldinst{HYPERLINK "https://example.com/"}}{\fldrslt site}}})");
+    ASSERT_TRUE(text);
+    text->runs.at(0).attributes.foregroundColor = NSColor::textColor();
+    text->replaceContents(&document, Qt::magenta);
+    EXPECT_EQ(formatOf(u"site"_s).foreground().color(), QColor(Qt::magenta));
+}
+
 TEST_F(NSAttributedStringDocument, SetsParagraphsInPointsOfTheScreen)
 {
     show(R"(\qr\li720\fi-360\ri200\sb120\sa240\tx560\tx1120 one\par\pard two)");

@@ -58,6 +58,19 @@ TEST(NSWindowController, ShowsItsWindow)
     EXPECT_TRUE(controller.window()->isVisible());
 }
 
+TEST(NSWindowController, RestoresItsWindowWhereTheUserMinimizedIt)
+{
+    LabelController controller;
+    for (const Qt::WindowStates state : {Qt::WindowStates(), Qt::WindowStates(Qt::WindowMaximized)}) {
+        controller.window()->setWindowState(state);
+        controller.showWindow();
+        controller.window()->setWindowState(state | Qt::WindowMinimized);
+        controller.showWindow();
+        EXPECT_TRUE(controller.window()->isVisible());
+        EXPECT_EQ(controller.window()->windowState(), state);
+    }
+}
+
 TEST(NSWindowController, OwnsItsWindow)
 {
     QPointer<QWidget> window;

@@ -119,6 +119,19 @@ TEST(RichTextFormatting, BeginsWithTheDefaultFont)
     EXPECT_EQ(attributesAt(read("{\\fonttbl\\f0 Sans;}A"), 0).fontName, QString());
 }
 
+TEST(RichTextFormatting, BeginsWithTheDefaultFontAlsoAfterAnEmptyParagraph)
+{
+    const auto text = read(R"(\deff0{\fonttbl\f0 Times;}\par Text)");
+    EXPECT_EQ(text.string, u"\nText"_s);
+    EXPECT_EQ(attributesAt(text, 0).fontName, u"Times"_s);
+    EXPECT_EQ(attributesAt(text, 1).fontName, u"Times"_s);
+}
+
+TEST(RichTextFormatting, GivesTheEndOfAParagraphItsOwnLooks)
+{
+    EXPECT_EQ(marks(R"(A{\b\par}B)"), u"A \nb B"_s);
+}
+
 TEST(RichTextFormatting, TakesColorsFromTheTable)
 {
     const QByteArray table = "{\\colortbl;\\red255\\green51\\blue0;\\red0\\green0\\blue0;\\green255;}";

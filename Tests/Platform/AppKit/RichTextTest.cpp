@@ -299,6 +299,16 @@ TEST(RichText, SkipsWhatIsNotInTheText)
               u"ab"_s);
 }
 
+TEST(RichText, SkipsHiddenAndDeletedTextWithItsCharactersAndParagraphs)
+{
+    EXPECT_EQ(stringOf(R"(a\v b\'e9\u8364?\tab\par\v0 c)"), u"ac"_s);
+    EXPECT_EQ(stringOf(R"(a{\v b{\v0 c}d}e)"), u"ace"_s);
+    EXPECT_EQ(stringOf(R"(a{\deleted b\deleted0 c}d)"), u"acd"_s);
+    EXPECT_EQ(stringOf(R"(a\v b\plain c)"), u"ac"_s);
+}
+
+TEST(RichText, MakesOneRunOfTheTextAroundWhatIsHidden) { EXPECT_EQ(read(R"(a{\v b}c)").runs.size(), 1U); }
+
 TEST(RichText, ShowsTheMarksOfListsAsTheDocumentGivesThem)
 {
     EXPECT_EQ(stringOf("{\\*\\listtable{\\list}}{\\listtext\t\\uc0\\u8226 \t}One\\\n{\\pntext 2.\\tab}Two"),
@@ -341,6 +351,12 @@ TEST(RichText, ReadsTheAddressInEveryFormOfTheField)
     EXPECT_EQ(linkOf(R"(HYPERLINK "mailto:ada@example.com")"), QUrl(u"mailto:ada@example.com"_s));
 }
 
+TEST(RichText, ReadsFontsAndLinksWithinHiddenText)
+{
+    EXPECT_EQ(linkOf(R"(\v HYPERLINK "https://example.com/")"), QUrl(u"https://example.com/"_s));
+    EXPECT_EQ(read(R"({\v{\fonttbl\f0 Serif;}}\f0 a)").runs.at(0).attributes.fontName, u"Serif"_s);
+}
+
 TEST(RichText, DoesNotLinkWhatIsNoAddress)
 {
     for (const char *instruction : {"", "HYPERLINK", "HYPERLINK \"\"", "HYPERLINK \\\\l \"chapter\"", "PAGE",
@@ -348,9 +364,11 @@ TEST(RichText, DoesNotLinkWhatIsNoAddress)
         EXPECT_EQ(linkOf(instruction), QUrl()) << instruction;
 }
 
-TEST(RichText, DoesNotReadAnAddressOfMoreThan4096Characters)
+TEST(RichText, DoesNotLinkToTheBeginningOfAnAddressThatIsLongerThanAnInstructionOf4096Characters)
 {
     const QByteArray start = "HYPERLINK \"https://example.com/";
-    EXPECT_FALSE(linkOf(start + QByteArray(4000, 'a') + '"').isEmpty());
-    EXPECT_LE(linkOf(start + QByteArray(100'000, 'a') + '"').toString().size(), 4096);
+    const QByteArray longest(4096 - start.size() - 1, 'a');
+    EXPECT_EQ(linkOf(start + longest + '"'), QUrl(u"https://example.com/"_s + QString::fromLatin1(longest)));
+    EXPECT_EQ(linkOf(start + longest + "a\""), QUrl());
+    EXPECT_EQ(linkOf(start + QByteArray(100'000, 'a') + '"'), QUrl());
 }
