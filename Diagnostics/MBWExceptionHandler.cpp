@@ -1,6 +1,7 @@
 #include "Diagnostics/MBWExceptionHandler.h"
 
 #include "Diagnostics/ShellPipe.h"
+#include "Platform/ExceptionHandling/ExceptionDescription.h"
 #include "Platform/Foundation/NSFileManager.h"
 #include "Platform/Foundation/NSLog.h"
 #include "Platform/Foundation/NSScanner.h"
@@ -61,7 +62,7 @@ bool writeSymbols(const QString &symbolizer, const QString &addresses)
 {
     const QByteArray command = pipeline(NSFileManager::fileSystemRepresentationWithPath(symbolizer),
                                         addresses.toLatin1());
-    ShellPipe pipe(command, QDeadlineTimer(timeLimit));
+    ShellPipe pipe(command, timeLimit);
     if (!pipe.isOpen())
         return false;
     std::array<char, 512> chunk;
@@ -109,9 +110,11 @@ bool MBWExceptionHandler::exceptionHandlerShouldLogException(NSExceptionHandler 
 {
     try {
         return shouldLogException(exception);
-    } catch (const std::exception &failure) {
+    } catch (...) {
+        const std::exception_ptr failure = std::current_exception();
+        const std::string text = textOfException(failure).value_or(typeNameOfException(failure));
         NSLog(u"Hot damn! We got an exception while logging an exception: %@",
-              {QString::fromUtf8(failure.what())});
+              {QString::fromStdString(text)});
         return true;
     }
 }

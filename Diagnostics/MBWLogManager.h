@@ -6,10 +6,9 @@
 
 /*! The host application's log files: one for each launch, ten at most.
 
-    They are named `<application name>_<yyyy-MM-dd-HHmmss>.log`, after the local time of the launch, and lie
-   in
-    `<application name>/Logs` in the user's data folder (`$XDG_DATA_HOME`, else `~/.local/share`). Two
-   launches within one second share a file, which the later one empties.
+    They are named `<application name>_<yyyy-MM-dd-HHmmss>.log`, after the local time of the launch. They lie
+    in `<application name>/Logs` in the user's data folder (`$XDG_DATA_HOME`, else `~/.local/share`). Two
+    launches within one second share a file, which the later one empties.
 
     A host asks for the shared manager once its name is known (see MBWApplicationName()), and then sends
     standard error to the file:

@@ -65,8 +65,10 @@ void logException(const Termination &)
 void findStackTrace(const Termination &termination)
 {
     StackTrace stack = ThrowRecord::stackOfThrow(termination.exception);
-    if (stack.isEmpty())
+    if (stack.isEmpty()) {
         stack = termination.stack;
+        stack.removeFramesInsideRuntime();
+    }
     stack.removeInnerRuntimeFrames();
     report().stackTrace = stack.addressString();
 }

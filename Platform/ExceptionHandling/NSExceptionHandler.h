@@ -34,14 +34,15 @@ public:
     event handlers and slots, and in functions that are `noexcept`.
 
     First comes one line in the process log with type and text: `Uncaught exception std::out_of_range: …`.
-   Then the delegate is asked, which gets an NSException: itself where one was thrown, else one with the type
-   as name and the text as reason; the stack is in its user info under NSStackTraceKey. Where the delegate
-   answers yes or there is none, the addresses follow as a second line. Then the process ends as it would
-   have.
+    Then the delegate is asked. It gets the exception itself where that is an NSException, else one with the
+    type as name and the text as reason; the stack is in its user info under NSStackTraceKey. Where the
+    delegate answers yes or there is none, the addresses follow as a second line. Then the process ends as it
+    would have.
 
-    A delegate that throws counts as one that answers yes. One that crashes ends the process, as one that
-   takes more than 10 seconds, by SIGABRT then; the line is there. Of two threads that throw at once, both are
-   logged. Only a what() that crashes or does not return leaves no line; one that throws leaves the type.
+    A delegate that throws counts as one that answers yes. One that crashes ends the process, but the line is
+    there. So does one that takes more than 10 seconds: then a SIGABRT ends the process. Of two threads that
+    throw at once, both are logged. Only a what() that crashes or does not return leaves no line; one that
+    throws leaves the type.
 */
 class MARBLEWICK_CORE_EXPORT NSExceptionHandler
 {
@@ -52,9 +53,9 @@ public:
     NSExceptionHandler(const NSExceptionHandler &) = delete;
     NSExceptionHandler &operator=(const NSExceptionHandler &) = delete;
 
-    /*! Which exceptions are logged: at first 0, none. Each time it is set, the handler takes its place in
-       front of the terminate handler (std::set_terminate()) of that moment, which goes on after it. Main
-       thread.
+    /*! Which exceptions are logged: at first 0, none. Each time it is set to one that logs uncaught ones, the
+        handler takes its place in front of the terminate handler (std::set_terminate()) of that moment, which
+        goes on after it. Main thread.
     */
     quint64 exceptionHandlingMask() const;
     void setExceptionHandlingMask(quint64 mask);
@@ -65,9 +66,11 @@ public:
 
     /*! Whether the stack of each throw is kept, caught or not, so that it is known, too, where it was unwound
         before the exception ended the process: after `throw;`, in a QThread or a QThreadPool, and out of
-       `noexcept` functions past destructors. At first false: then such exceptions come with the stack of
-       their end. A throw takes 1.6 times (caught 30 frames further out) to 3 times (caught at once) as long.
-       In a process that loads Core as part of a plugin it may stay false, or have no effect. Any thread.
+        `noexcept` functions past destructors. At first false: then such exceptions come with the stack of
+        their end. A throw takes 1.6 times (caught 30 frames further out) to 3 times (caught at once) as long.
+
+        It stays false in a process that has loaded Core as part of a plugin and whose throws Core therefore
+        does not see. Any thread.
     */
     bool recordsThrows() const;
     void setRecordsThrows(bool recordsThrows);

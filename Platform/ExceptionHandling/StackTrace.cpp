@@ -38,6 +38,13 @@ StackTrace::StackTrace(const void *returnAddress)
         removeInnerFrames(static_cast<std::size_t>(caller - addresses().begin()));
 }
 
+void StackTrace::removeFramesInsideRuntime()
+{
+    const auto first = std::ranges::find_if(addresses(), &isOfRuntime);
+    if (first != addresses().end())
+        removeInnerFrames(static_cast<std::size_t>(first - addresses().begin()));
+}
+
 void StackTrace::removeInnerRuntimeFrames()
 {
     const auto first = std::ranges::find_if_not(addresses(), &isOfRuntime);

@@ -18,6 +18,10 @@ public:
     explicit StackTrace(const void *returnAddress);
 
     bool isEmpty() const { return m_count == 0; }
+    /*! Leaves out what the language runtime has called: the frames before the first of its own, where it has
+        any, such as those of a terminate handler that the host has put in front.
+    */
+    void removeFramesInsideRuntime();
     /*! Leaves out the language runtime's frames before the first other one. They throw, where a host asks for
        what cannot be, and call std::terminate().
     */

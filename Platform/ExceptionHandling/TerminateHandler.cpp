@@ -41,16 +41,16 @@ Atomic<QList<std::terminate_handler>> &formerHandlers()
 
 void removeFormerHandler(std::terminate_handler handler)
 {
-    QList<std::terminate_handler> handlers = formerHandlers().load();
-    handlers.removeAll(handler);
-    formerHandlers().store(handlers);
+    formerHandlers().change([=](auto &handlers) { handlers.removeAll(handler); });
 }
 
 std::terminate_handler takeFormerHandler()
 {
-    QList<std::terminate_handler> handlers = formerHandlers().load();
-    const std::terminate_handler handler = handlers.isEmpty() ? &std::abort : handlers.takeLast();
-    formerHandlers().store(handlers);
+    std::terminate_handler handler = &std::abort;
+    formerHandlers().change([&](auto &handlers) {
+        if (!handlers.isEmpty())
+            handler = handlers.takeLast();
+    });
     return handler;
 }
 
@@ -126,7 +126,7 @@ void install()
     if (current == &terminate)
         return;
     removeFormerHandler(current); // Once is enough, however often the host installs it.
-    formerHandlers().store(formerHandlers().load() << current);
+    formerHandlers().change([=](auto &handlers) { handlers.append(current); });
 }
 
 } // namespace
@@ -134,13 +134,15 @@ void install()
 void setRecordingSteps(std::span<const TerminationStep> steps)
 {
     recordingSteps().store(steps);
-    install();
+    if (!steps.empty())
+        install();
 }
 
 void setReportingSteps(std::span<const TerminationStep> steps)
 {
     reportingSteps().store(steps);
-    install();
+    if (!steps.empty())
+        install();
 }
 
 } // namespace Marblewick

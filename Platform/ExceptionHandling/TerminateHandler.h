@@ -11,7 +11,9 @@ namespace Marblewick {
 struct Termination
 {
     std::exception_ptr exception;
-    /*! As it was when std::terminate() was called, without the frames that had been unwound by then. */
+    /*! As it was when std::terminate() was called, without the frames that had been unwound by then. The
+        frames of a terminate handler that the host has put in front may come first.
+    */
     StackTrace stack;
 };
 
@@ -25,12 +27,13 @@ using TerminationStep = void (*)(const Termination &termination);
     have 10 seconds; then a SIGABRT ends the process. Where several threads end at once, each takes the
     reporting steps, only the first one the recording steps, and the process ends when all are done.
 
-    Each call puts these steps in front of the terminate handler that is current, which goes on after them.
-    Main thread.
+    Each call that has steps puts them in front of the terminate handler that is current, which goes on after
+    them. Main thread.
 */
 void setRecordingSteps(std::span<const TerminationStep> steps);
 /*! The same for steps that follow the recording ones, whichever were set first. Where there are some, the
-    standard library does not print the exception once more.
+    standard library's terminate handler does not print the exception once more, unless one of the host's
+    calls it.
 */
 void setReportingSteps(std::span<const TerminationStep> steps);
 

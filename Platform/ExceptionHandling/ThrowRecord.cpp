@@ -5,6 +5,7 @@
 #include <cstring>
 #include <cxxabi.h>
 #include <dlfcn.h>
+#include <typeinfo>
 
 namespace Marblewick {
 
@@ -60,18 +61,34 @@ const void *objectOf(const std::exception_ptr &exception)
     return object;
 }
 
-/*! Whether an exception's record ends with it. Where the process has loaded this library as part of a plugin,
-   it may see only the throws; a record would then be taken for that of a later exception at the same address.
+/*! Recorded at all times, and no other throw with it. */
+struct Probe
+{ };
+
+/*! Whether a throw and the end of its exception both come by here. A process that has loaded this library as
+    part of a plugin may show it none, or the throws alone; a record would then be taken for that of a later
+    exception at the same address.
 */
-bool forgetsWhatIsGone()
+bool seesThrowsAndEnds()
 {
     const void *object = nullptr;
+    bool seesThrows = false;
     try {
-        throw 0;
-    } catch (int) {
+        throw Probe();
+    } catch (const Probe &) {
         object = objectOf(std::current_exception());
+        seesThrows = isRecorded(object);
     }
-    return !isRecorded(object);
+    const bool seesEnds = !isRecorded(object);
+    forget(object);
+    return seesThrows && seesEnds;
+}
+
+/*! Asked once, because two probes at a time could get the same address. */
+bool isInFront()
+{
+    static const bool isInFront = seesThrowsAndEnds();
+    return isInFront;
 }
 
 /*! The runtime's functions, or a sanitizer's that stand between. */
@@ -90,12 +107,7 @@ auto nextFree()
 
 } // namespace
 
-void ThrowRecord::setEnabled(bool isEnabled)
-{
-    enabled = isEnabled;
-    if (isEnabled) // The first record also loads what unwinding takes.
-        enabled = forgetsWhatIsGone();
-}
+void ThrowRecord::setEnabled(bool isEnabled) { enabled = isEnabled && isInFront(); }
 
 bool ThrowRecord::isEnabled() { return enabled; }
 
@@ -114,7 +126,7 @@ StackTrace ThrowRecord::stackOfThrow(const std::exception_ptr &exception)
 
 void abi::__cxa_throw(void *exception, std::type_info *type, void (*destructor)(void *))
 {
-    if (Marblewick::enabled.load(std::memory_order_relaxed))
+    if (Marblewick::enabled.load(std::memory_order_relaxed) || type == &typeid(Marblewick::Probe))
         Marblewick::record(exception, __builtin_return_address(0));
     Marblewick::nextThrow()(exception, type, destructor);
     std::abort(); // It does not return, which its pointer does not tell.

@@ -8,12 +8,14 @@
     exception was caught and thrown again or passed a destructor, is still known here.
 
     Core has a __cxa_throw() and a __cxa_free_exception() in front of the language runtime's, which every
-   `throw` of the process and the end of every exception call where the host is linked with Core. Any thread;
-   nothing here waits for another one.
+    `throw` of the process and the end of every exception call where the host is linked with Core. Any thread;
+    no throw waits for another one.
 */
 namespace Marblewick::ThrowRecord {
 
-/*! Whether throws are recorded from now on; at first they are not, and never where Core is not in front. */
+/*! Whether throws are recorded from now on; at first they are not, and never where Core is not in front. In a
+    process that has loaded it as part of a plugin it need not be.
+*/
 void setEnabled(bool isEnabled);
 bool isEnabled();
 

@@ -20,12 +20,15 @@ void abortAsTheHostLikes(int)
     std::abort();
 }
 
-void letThisThreadHaveTheSignal()
+/*! Returns the thread's signal mask of before. */
+sigset_t letThisThreadHaveTheSignal()
 {
     sigset_t abortSignal;
     ::sigemptyset(&abortSignal);
     ::sigaddset(&abortSignal, SIGABRT);
-    ::pthread_sigmask(SIG_UNBLOCK, &abortSignal, nullptr);
+    sigset_t original{};
+    ::pthread_sigmask(SIG_UNBLOCK, &abortSignal, &original);
+    return original;
 }
 
 } // namespace
@@ -45,7 +48,7 @@ TimeLimit::TimeLimit()
     struct sigaction action = {};
     action.sa_handler = &abortAsTheHostLikes;
     ::sigaction(SIGABRT, &action, &hostsAction);
-    letThisThreadHaveTheSignal();
+    m_originalMask = letThisThreadHaveTheSignal();
     constexpr itimerspec time = {.it_interval = {}, .it_value = {.tv_sec = seconds, .tv_nsec = 0}};
     ::timer_settime(timer, 0, &time, nullptr);
 }
@@ -55,6 +58,7 @@ TimeLimit::~TimeLimit()
     if (!m_timer)
         return;
     ::timer_delete(*m_timer);
+    ::pthread_sigmask(SIG_SETMASK, &m_originalMask, nullptr);
     ::sigaction(SIGABRT, &hostsAction, nullptr);
 }
 

@@ -7,7 +7,7 @@
 
 namespace Marblewick {
 
-/*! A value that threads may read and replace at any time, each as a whole: what an atomic property holds. */
+/*! A value that threads may read and change at any time, each as a whole: what an atomic property holds. */
 template <typename T>
 class Atomic
 {
@@ -27,6 +27,14 @@ public:
     {
         const QMutexLocker locker(&m_mutex);
         std::swap(m_value, value); // The former value is destroyed after the lock.
+    }
+
+    /*! Calls `change(value)`, which may change the value in place, while other threads wait. */
+    template <typename Change>
+    void change(Change change)
+    {
+        const QMutexLocker locker(&m_mutex);
+        change(m_value);
     }
 
 private:

@@ -1,12 +1,14 @@
 #include <Marblewick/MBWExceptionHandler.h>
 
 #include "Tests/Support/CapturedStandardError.h"
+#include "Tests/Support/ChildProgram.h"
 #include "Tests/Support/TemporaryHome.h"
 #include "Tests/Support/UnprivilegedChild.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -21,6 +23,7 @@
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 using namespace Marblewick;
@@ -92,6 +95,46 @@ protected:
                && lines.sliced(1).filter(QRegularExpression(u"\\[0x[0-9a-f]+\\]$"_s)).size() == symbols;
     }
 
+    /*! Hands over an exception, and returns how many bytes each write had, and all of them. */
+    std::pair<std::vector<ssize_t>, QByteArray> writesOfLog() const
+    {
+        int sockets[2] = {-1, -1};
+        EXPECT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, sockets), 0); // It keeps each write apart.
+        const int original = ::dup(STDERR_FILENO);
+        ::dup2(sockets[0], STDERR_FILENO);
+        const bool result = MBWExceptionHandler(symbolizer)
+                                .exceptionHandlerShouldLogException(nullptr,
+                                                                    exceptionWithStackTrace(u"0x1"_s), 1);
+        ::dup2(original, STDERR_FILENO);
+        ::close(original);
+        ::close(sockets[0]);
+        EXPECT_FALSE(result);
+
+        std::pair<std::vector<ssize_t>, QByteArray> writes;
+        char packet[4096];
+        for (ssize_t size = 0; (size = ::recv(sockets[1], packet, sizeof packet, 0)) > 0;) {
+            writes.first.push_back(size);
+            writes.second.append(packet, size);
+        }
+        ::close(sockets[1]);
+        return writes;
+    }
+
+    /*! Whether the process whose id is in a file comes to its end, or is a dead one that nobody has asked
+     * for.
+     */
+    static bool ends(const QString &file)
+    {
+        const int process = readFile(file).trimmed().toInt();
+        EXPECT_GT(process, 1);
+        return QTest::qWaitFor(
+            [&] {
+                QFile commandLine(u"/proc/%1/cmdline"_s.arg(process));
+                return !commandLine.open(QFile::ReadOnly) || commandLine.readAll().isEmpty();
+            },
+            10'000);
+    }
+
     const TemporaryHome home;
     const QString symbolizer = home.path() + u"/it's a symbolizer"_s;
     QString written;
@@ -158,29 +201,18 @@ TEST_F(ExceptionHandler, TheOutputIsWrittenInChunksOf512BytesUnchanged)
 {
     const QByteArray line(1492, 'm'); // with its number, a tabulator and a line break 1500 bytes
     writeSymbolizer("echo " + line);
-    int sockets[2] = {-1, -1};
-    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, sockets), 0); // It keeps each write apart.
-    const int original = ::dup(STDERR_FILENO);
-    ::dup2(sockets[0], STDERR_FILENO);
-    const bool result = MBWExceptionHandler(symbolizer)
-                            .exceptionHandlerShouldLogException(nullptr, exceptionWithStackTrace(u"0x1"_s),
-                                                                1);
-    ::dup2(original, STDERR_FILENO);
-    ::close(original);
-    ::close(sockets[0]);
-    EXPECT_FALSE(result);
-
-    QByteArray all;
-    std::vector<ssize_t> sizes;
-    char packet[4096];
-    while (const ssize_t size = ::recv(sockets[1], packet, sizeof packet, 0)) {
-        ASSERT_GT(size, 0);
-        sizes.push_back(size);
-        all.append(packet, size);
-    }
-    ::close(sockets[1]);
+    const auto [sizes, all] = writesOfLog();
     EXPECT_THAT(sizes, testing::ElementsAre(512, 512, 476));
     EXPECT_EQ(all, "     1\t" + line + '\n');
+}
+
+TEST_F(ExceptionHandler, LinesAndPausesOfTheSymbolizerDoNotChangeTheChunks)
+{
+    const QByteArray line(492, 'm'); // with its number, a tabulator and a line break 500 bytes
+    writeSymbolizer("echo " + line + "; sleep 0.3; echo " + line + "; sleep 0.3; echo " + line);
+    const auto [sizes, all] = writesOfLog();
+    EXPECT_THAT(sizes, testing::ElementsAre(512, 512, 476));
+    EXPECT_EQ(all, "     1\t" + line + "\n     2\t" + line + "\n     3\t" + line + '\n');
 }
 
 TEST_F(ExceptionHandler, WithoutASymbolizerTheAddressesAreWrittenAsTheSystemKnowsThem)
@@ -297,9 +329,20 @@ TEST_F(ExceptionHandler, WhatASymbolizerLeavesRunningIsEndedAfterTheSameTime)
     EXPECT_FALSE(shouldLog(u"0x1000"_s));
     EXPECT_EQ(written, u"     1\tsymbol\n"_s);
     EXPECT_THAT(milliseconds, AllOf(Ge(5'000), Lt(6'000)));
-    QFile left(u"/proc/%1/cmdline"_s.arg(readFile(symbolizer + u" left"_s).trimmed().toInt()));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !left.open(QFile::ReadOnly) || left.readAll().isEmpty(); }))
-        << "it is gone, or a dead one that nobody has asked for";
+    EXPECT_TRUE(ends(symbolizer + u" left"_s));
+}
+
+TEST_F(ExceptionHandler, OfAHostThatIsKilledNothingStaysThatHangs)
+{
+    const QString hung = symbolizer + u" hangs"_s;
+    writeSymbolizer("echo $$ >\"$0 starts\"; mv \"$0 starts\" \"$0 hangs\"; exec sleep 1000");
+    {
+        const CapturedStandardError standardError;
+        const ChildProgram host({QCoreApplication::applicationDirPath() + u"/ThrowingHost-O2"_s,
+                                 u"symbolizer:"_s + symbolizer, u"mask"_s, u"throw:main"_s});
+        ASSERT_TRUE(QTest::qWaitFor([&] { return QFile::exists(hung); }));
+    }
+    EXPECT_TRUE(ends(hung));
 }
 
 TEST_F(ExceptionHandler, AProgramThatKeepsThePipeFromAProcessGroupOfItsOwnIsNotAwaitedLonger)
@@ -316,9 +359,11 @@ TEST_F(ExceptionHandler, AProgramThatKeepsThePipeFromAProcessGroupOfItsOwnIsNotA
 TEST_F(ExceptionHandler, ADemanglerThatHangsIsNotAwaitedLonger)
 {
     writeSymbolizer("echo symbol");
-    useToolsWithDemangler("exec sleep 1000");
+    useToolsWithDemangler("echo before; echo $$ >\"$0 left\"; exec sleep 1000");
     EXPECT_FALSE(shouldLog(u"0x1000"_s));
+    EXPECT_EQ(written, u"     1\tbefore\n"_s) << "what it printed stands";
     EXPECT_THAT(milliseconds, AllOf(Ge(5'000), Lt(6'000)));
+    EXPECT_TRUE(ends(home.path() + u"/tools/c++filt left"_s));
 }
 
 TEST_F(ExceptionHandler, WithoutADemanglerTheNamesAreWrittenAsTheyAre)
@@ -379,6 +424,15 @@ TEST_F(ExceptionHandler, AnExceptionWhileLoggingIsLoggedInItsStead)
                                  "MapException: no south\n"_s))
         << qPrintable(written);
     EXPECT_EQ(written.count(u'\n'), 1);
+}
+
+TEST_F(ExceptionHandler, AnExceptionWhileLoggingMayBeOfAnyType)
+{
+    QMetaType::registerConverter<UnreadableStackTrace, QString>(
+        [](const UnreadableStackTrace &) -> QString { throw 42; });
+    EXPECT_TRUE(shouldLog(QVariant::fromValue(UnreadableStackTrace())));
+    EXPECT_TRUE(written.endsWith(u"] Hot damn! We got an exception while logging an exception: int\n"_s))
+        << qPrintable(written);
 }
 
 TEST_F(ExceptionHandler, TwoThreadsMayLogAtOnce)

@@ -150,6 +150,49 @@ TEST(UncaughtExceptionLog, LeavesOutTheFramesOfTheLibraryThatThrows)
         << qPrintable(host.log.value(1));
 }
 
+TEST(UncaughtExceptionLog, LeavesOutATerminateHandlerThatTheHostHasPutInFront)
+{
+    for (const QString &way : {u"throw:main"_s, u"throw:noexcept"_s}) {
+        const auto host = runThrowingHost(withoutRecord + QStringList{u"chaining-terminate-handler"_s, way});
+        EXPECT_EQ(host.output, u"the host's chaining terminate handler\n"_s);
+        EXPECT_EQ(frames(host, 3), framesOfTheThrow);
+    }
+}
+
+TEST(UncaughtExceptionLog, IsWholeWhereTheHostHasClosedItsOtherStreams)
+{
+    for (const QStringList &closed :
+         {QStringList(u"close:0"_s), {u"close:1"_s}, {u"close:0"_s, u"close:1"_s}}) {
+        const auto host = runThrowingHost(closed + withoutRecord + QStringList(u"throw:main"_s));
+        EXPECT_EQ(host.signal, SIGABRT);
+        EXPECT_EQ(host.log.value(0), uncaught);
+        EXPECT_EQ(frames(host, 3), framesOfTheThrow);
+    }
+}
+
+TEST(UncaughtExceptionLog, IsInTheFileAlsoWhereTheHostHadClosedStandardError)
+{
+    for (const QStringList &closed : {QStringList(u"close:2"_s), {u"close:1"_s, u"close:2"_s}}) {
+        const TemporaryHome home;
+        const QString file = home.path() + u"/App.log"_s;
+        const auto host = runThrowingHost(closed + QStringList(u"redirect:"_s + file) + withoutRecord
+                                          + QStringList(u"throw:main"_s));
+        EXPECT_EQ(host.signal, SIGABRT);
+        const QByteArrayList lines = readFile(file).split('\n');
+        EXPECT_TRUE(lines.value(0).endsWith(uncaught.toUtf8())) << lines.value(0).constData();
+        EXPECT_TRUE(lines.value(1).startsWith("     1\tthrowText at ")) << lines.value(1).constData();
+    }
+}
+
+TEST(UncaughtExceptionLog, OfAHostWithoutStandardErrorIsLostAndTheProcessEndsAsItWould)
+{
+    for (const QStringList &closed : {QStringList(u"close:2"_s), {u"close:1"_s, u"close:2"_s}}) {
+        const auto host = runThrowingHost(closed + withoutRecord + QStringList(u"throw:main"_s));
+        EXPECT_EQ(host.signal, SIGABRT);
+        EXPECT_LT(host.milliseconds, 4'000);
+    }
+}
+
 TEST(UncaughtExceptionLog, OfAThrowingTextStillHasTheFrames)
 {
     const auto host = runThrowingHost(withoutRecord + QStringList(u"throw:throwing text"_s));

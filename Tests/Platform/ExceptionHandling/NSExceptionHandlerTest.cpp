@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <exception>
 
 using namespace Marblewick;
 using namespace Qt::StringLiterals;
@@ -68,6 +69,18 @@ TEST(NSExceptionHandler, WithoutItsBitInTheMaskNothingArrives)
         EXPECT_EQ(host.signal, SIGABRT);
         EXPECT_EQ(host.log, messageOfStandardLibrary);
     }
+}
+
+TEST(NSExceptionHandler, WithoutItsBitInTheMaskTheTerminateHandlerStays)
+{
+    const std::terminate_handler hosts = std::get_terminate();
+    NSExceptionHandler *const handler = NSExceptionHandler::defaultExceptionHandler();
+    for (const quint64 mask : {0U, 2U}) {
+        handler->setExceptionHandlingMask(mask);
+        EXPECT_EQ(std::get_terminate(), hosts);
+    }
+    handler->setExceptionHandlingMask(NSLogUncaughtExceptionMask);
+    EXPECT_NE(std::get_terminate(), hosts);
 }
 
 TEST(NSExceptionHandler, WritesTheExceptionInOneLineBeforeTheDelegateIsAsked)
@@ -186,6 +199,26 @@ TEST(NSExceptionHandler, WhatTheHostDoesAtSIGABRTIsDoneAtTheEndAsWithoutIt)
     EXPECT_EQ(host.output, u"SIGABRT\n"_s);
 }
 
+TEST(NSExceptionHandler, TheHostHasItsHandlerAndItsMaskOfSIGABRTBackAfterTheReport)
+{
+    const QString handler = u"telling-terminate-handler"_s;
+    const auto changed = runThrowingHost(
+        {u"ignore-abort"_s, u"block-abort"_s, handler, u"mask"_s, u"throw:main"_s});
+    EXPECT_EQ(changed.exitStatus, 7);
+    EXPECT_EQ(changed.log.value(0), uncaught);
+    EXPECT_EQ(changed.output, u"ignored\nblocked\n"_s);
+    const auto untouched = runThrowingHost({u"default-abort"_s, handler, u"mask"_s, u"throw:main"_s});
+    EXPECT_EQ(untouched.output, u"not ignored\nnot blocked\n"_s);
+}
+
+TEST(NSExceptionHandler, TheHostsTerminateHandlerMayTakeLongerThanTenSeconds)
+{
+    const auto host = runThrowingHost({u"slow-terminate-handler"_s, u"mask"_s, u"throw:main"_s});
+    EXPECT_EQ(host.exitStatus, 7);
+    EXPECT_EQ(host.log.value(0), uncaught);
+    EXPECT_GE(host.milliseconds, 11'000);
+}
+
 TEST(NSExceptionHandler, ATextThatThrowsLeavesTheTypeAndTheStack)
 {
     const auto host = runThrowingHost({u"mask"_s, u"throw:throwing text"_s});
@@ -273,6 +306,15 @@ TEST(NSExceptionHandler, TerminateHandlersThatCallTheOneTheyReplacedAreEachCalle
     EXPECT_EQ(aborted.output, u"the host's chaining terminate handler\n"_s);
     EXPECT_EQ(aborted.log.count(uncaught), 1);
     EXPECT_FALSE(aborted.log.contains(messageOfStandardLibrary.first())) << "it was logged already";
+}
+
+TEST(NSExceptionHandler, AHandlerOfBeforeThatCallsTheStandardLibrarysHasTheExceptionPrintedOnceMore)
+{
+    const auto host = runThrowingHost({u"chaining-terminate-handler"_s, u"mask"_s, u"throw:main"_s});
+    EXPECT_EQ(host.signal, SIGABRT);
+    EXPECT_EQ(host.output, u"the host's chaining terminate handler\n"_s);
+    EXPECT_EQ(host.log.value(0), uncaught);
+    EXPECT_EQ(host.log.mid(2), messageOfStandardLibrary);
 }
 
 TEST(NSExceptionHandler, AFormerTerminateHandlerThatThrowsEndsTheProcessAfterTheReport)

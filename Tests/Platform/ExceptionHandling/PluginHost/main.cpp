@@ -1,5 +1,6 @@
-// A host that does not know the C++ runtime, but has loaded it for something else before it loads a plugin
-// that uses Core. The runtime is then bound to functions of its own, and the plugin to those of Core.
+// A host that is not linked with Core, but loads a plugin that is. The C++ runtime was there before, and is
+// bound to functions of its own. Where the host is linked with it, so is the plugin; where the host has only
+// loaded it, the plugin is bound to the functions of Core.
 
 #include <cstdio>
 #include <dlfcn.h>
@@ -11,6 +12,8 @@ int main()
     if (!plugin)
         return 2;
     const auto recordThrows = reinterpret_cast<bool (*)()>(::dlsym(plugin, "recordThrows"));
+    const auto throwNumber = reinterpret_cast<void (*)()>(::dlsym(plugin, "throwNumber"));
     std::puts(recordThrows() ? "recorded" : "not recorded");
+    throwNumber();
     return 0;
 }

@@ -11,10 +11,12 @@
 
 #include <QCoreApplication>
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <sys/prctl.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace Marblewick;
@@ -59,6 +61,29 @@ private:
     const QString m_behaviour;
 };
 
+bool isAbortBlocked()
+{
+    sigset_t blocked;
+    ::pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+    return ::sigismember(&blocked, SIGABRT) == 1;
+}
+
+[[noreturn]] void tellWhatIsDoneAtAbort()
+{
+    struct sigaction action = {};
+    ::sigaction(SIGABRT, nullptr, &action);
+    std::puts(action.sa_handler == SIG_IGN ? "ignored" : "not ignored");
+    std::puts(isAbortBlocked() ? "blocked" : "not blocked");
+    std::_Exit(7);
+}
+
+/*! Longer than steps may take. */
+[[noreturn]] void endAfterElevenSeconds()
+{
+    std::this_thread::sleep_for(std::chrono::seconds(11));
+    std::_Exit(7);
+}
+
 [[noreturn]] void endAsTheHostLikes()
 {
     std::puts("the host's terminate handler");
@@ -100,6 +125,8 @@ const Host::Steps steps{
     {u"symbolizer"_s, [](const QString &path) { new MBWExceptionHandler(path); }},
     {u"writer"_s, [](const QString &) { MBWCrashLogWriter::install(); }},
     {u"terminate-handler"_s, [](const QString &) { std::set_terminate(&endAsTheHostLikes); }},
+    {u"telling-terminate-handler"_s, [](const QString &) { std::set_terminate(&tellWhatIsDoneAtAbort); }},
+    {u"slow-terminate-handler"_s, [](const QString &) { std::set_terminate(&endAfterElevenSeconds); }},
     {u"chaining-terminate-handler"_s,
      [](const QString &) { replacedTerminateHandler = std::set_terminate(&endAsTheReplacedHandlerLikes); }},
     {u"throwing-terminate-handler"_s, [](const QString &) { std::set_terminate([] { throw 1; }); }},
@@ -113,6 +140,7 @@ const Host::Steps steps{
     {u"default-abort"_s, [](const QString &) { std::signal(SIGABRT, SIG_DFL); }},
     {u"ignore-abort"_s, [](const QString &) { std::signal(SIGABRT, SIG_IGN); }},
     {u"survive-abort"_s, [](const QString &) { std::signal(SIGABRT, [](int) { std::puts("SIGABRT"); }); }},
+    {u"close"_s, [](const QString &descriptor) { ::close(descriptor.toInt()); }},
     {u"undumpable"_s, [](const QString &) { forbidOthersToLookInside(); }},
     {u"redirect"_s,
      [](const QString &path) { MBWLogManager::sharedManager()->redirectStandardErrorToFileAtPath(path); }},
