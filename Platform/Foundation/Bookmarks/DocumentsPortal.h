@@ -8,12 +8,14 @@
 namespace Marblewick {
 
 /*! The length of the part of a path that is the folder in which the documents portal shows documents; 0 where
-   the path is not that of a document or of what is in one. Any thread.
+   the path is not that of the folder itself, of a document, or of what is in one. Paths that get there by
+   ".." or by a link of somebody's are not recognized. Any thread.
 */
 qsizetype documentsFolderLength(const QByteArray &path);
 
 /*! The path of the same document where the portal shows it now, which is another place for another user
- * number. */
+ * number.
+ */
 QByteArray currentDocumentPath(const QByteArray &path, qsizetype documentsFolderLength);
 
 /*! Asks the documents portal something about a document, by a system call on its path: the portal shows
