@@ -20,12 +20,12 @@ QByteArray currentDocumentPath(const QByteArray &path, qsizetype documentsFolder
 
 /*! Asks the documents portal something about a document, by a system call on its path: the portal shows
     documents as a file system, which answers for what the application was granted and in which mode. (Over
-   the bus it tells a sandboxed application neither.)
+    the bus it tells a sandboxed application neither.)
 
     `question` runs on a thread of its own, and must hold what it needs, because a portal that hangs never
-   lets it return. Nil where there is no answer: the portal's file system is not at `documentsFolder`, or the
-   portal takes longer than half a second. After the latter it is not asked again in this process. Main
-   thread.
+    lets it return. Nil where there is no answer: the portal's file system is not at `documentsFolder`, or
+    the portal takes longer than half a second. After the latter it is not asked again in this process. Main
+    thread.
 */
 std::optional<int> answerOfDocumentsPortal(const QByteArray &documentsFolder, std::function<int()> question);
 

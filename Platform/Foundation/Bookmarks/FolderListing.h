@@ -9,7 +9,7 @@ namespace Marblewick {
 struct ItemIdentity;
 
 /*! The path of an item somewhere in a folder, subfolders left out; empty where it is not there, or has no
-   handle that would prove it is the one. An item with several names in the folder has one of them.
+    handle that would prove it is the one. An item with several names in the folder has one of them.
 
     Nil, with the reason in `errno`, where the folder could not be read or has more than 250,000 entries.
 
