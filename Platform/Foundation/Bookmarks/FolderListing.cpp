@@ -5,6 +5,7 @@
 
 #include <QScopeGuard>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -16,13 +17,14 @@ namespace Marblewick {
 
 namespace {
 
-constexpr size_t maximumEntryCount = 250'000;
+constexpr int maximumEntryCount = 250'000;
 
 /*! The coarsest clock of a file system with handles ticks once a second: the next change of a folder that
    last changed longer ago than this has another date.
 */
 constexpr time_t settlingTime = 2; // seconds
 
+/*! What was read of the folder that was searched last. */
 struct FolderListing
 {
     struct Entry
@@ -31,9 +33,9 @@ struct FolderListing
         qsizetype name; ///< where it begins in `names`
     };
 
-    struct stat folder = {}; ///< as it was before the entries were read
-    bool isLasting = false; ///< whether every later change of the folder shows by its date
-    std::vector<Entry> entries = {};
+    struct stat folder = {}; ///< as it was before it was read
+    bool isRead = false; ///< false after the first search, which stops at the item
+    std::vector<Entry> entries = {}; ///< by their numbers
     QByteArray names = {}; ///< each with a NUL at its end
 };
 
@@ -46,63 +48,105 @@ bool isUnchanged(const struct stat &folder, const struct stat &former)
            && folder.st_ctim.tv_nsec == former.st_ctim.tv_nsec;
 }
 
-/*! Reads the entries of an open folder; false, with the reason in `errno`, where that fails. */
-bool read(DIR *folder, FolderListing *listing)
+/*! Calls `visit` with the entries of a folder until it returns false. False, with the reason in `errno`,
+   where they cannot all be read.
+*/
+template <typename Visit>
+bool visitEntries(const QByteArray &path, Visit visit)
 {
-    errno = 0;
-    while (const dirent *entry = ::readdir(folder)) {
-        if (listing->entries.size() == maximumEntryCount) {
+    DIR *const folder = ::opendir(path.constData());
+    if (!folder)
+        return false;
+    const auto closing = qScopeGuard([folder] { ::closedir(folder); });
+    for (int count = 0;; ++count) {
+        errno = 0;
+        const dirent *const entry = ::readdir(folder);
+        if (!entry)
+            return errno == 0;
+        if (count == maximumEntryCount) {
             errno = EOVERFLOW;
             return false;
         }
-        listing->entries.push_back({entry->d_ino, listing->names.size()});
-        listing->names.append(entry->d_name, qsizetype(std::strlen(entry->d_name)) + 1);
+        if (!visit(*entry))
+            return true;
     }
-    return errno == 0;
 }
 
-/*! The entries of a folder; null, with the reason in `errno`, where they cannot be read. */
-const FolderListing *listingOfFolder(const QByteArray &path)
+/*! Whether the item is the one at a path. Nil, with the reason in `errno`, where that cannot be told. */
+std::optional<bool> isItem(const QByteArray &path, const ItemIdentity &item)
 {
-    static FolderListing last;
-    DIR *const folder = ::opendir(path.constData());
-    if (!folder)
-        return nullptr;
-    const auto closing = qScopeGuard([folder] { ::closedir(folder); });
-    struct stat status = {};
-    if (::fstat(::dirfd(folder), &status) != 0)
-        return nullptr;
-    if (last.isLasting && isUnchanged(status, last.folder))
-        return &last;
-    last = {.folder = status, .isLasting = hasSettled(status)};
-    if (!read(folder, &last)) {
-        last = {};
-        return nullptr;
+    const auto found = identityOfItem(path);
+    if (!found && !isProofOfAbsence(errno))
+        return std::nullopt;
+    return found && found->isByHandle(item);
+}
+
+/*! Looks for the item in a folder, whose path ends with a slash, up to where it is. */
+std::optional<QByteArray> searchFolder(const QByteArray &folder, const ItemIdentity &item)
+{
+    QByteArray path;
+    std::optional<bool> isFound = false;
+    const bool isRead = visitEntries(folder, [&](const dirent &entry) {
+        if (entry.d_ino != item.number)
+            return true;
+        path = folder + entry.d_name;
+        isFound = isItem(path, item);
+        return isFound == false;
+    });
+    if (!isRead || !isFound)
+        return std::nullopt;
+    return *isFound ? path : QByteArray();
+}
+
+bool readFolder(const QByteArray &folder, FolderListing *listing)
+{
+    listing->isRead = visitEntries(folder, [listing](const dirent &entry) {
+        listing->entries.push_back({entry.d_ino, listing->names.size()});
+        listing->names.append(entry.d_name, qsizetype(std::strlen(entry.d_name)) + 1);
+        return true;
+    });
+    std::ranges::sort(listing->entries, {}, &FolderListing::Entry::number);
+    return listing->isRead;
+}
+
+/*! Looks for the item in what was read of a folder, whose path ends with a slash. */
+std::optional<QByteArray> searchListing(const FolderListing &listing, const QByteArray &folder,
+                                        const ItemIdentity &item)
+{
+    for (const auto &entry :
+         std::ranges::equal_range(listing.entries, item.number, {}, &FolderListing::Entry::number)) {
+        const QByteArray path = folder + (listing.names.constData() + entry.name);
+        const auto isFound = isItem(path, item);
+        if (!isFound)
+            return std::nullopt;
+        if (*isFound)
+            return path;
     }
-    return &last;
+    return QByteArray();
 }
 
 } // namespace
 
 std::optional<QByteArray> pathOfItemInFolder(const ItemIdentity &item, const QByteArray &folder)
 {
+    static FolderListing last;
     if (item.handle.isEmpty())
         return QByteArray();
-    const FolderListing *const listing = listingOfFolder(folder);
-    if (!listing)
-        return std::nullopt;
     const QByteArray prefix = folder.endsWith('/') ? folder : folder + '/';
-    for (const FolderListing::Entry &entry : listing->entries) {
-        if (entry.number != item.number)
-            continue;
-        const QByteArray path = prefix + (listing->names.constData() + entry.name);
-        const auto found = identityOfItem(path);
-        if (!found && !isProofOfAbsence(errno))
-            return std::nullopt;
-        if (found && found->isByHandle(item))
-            return path;
+    struct stat status = {};
+    if (::stat(prefix.constData(), &status) != 0)
+        return std::nullopt;
+    if (!isUnchanged(status, last.folder) || !hasSettled(status)) {
+        last = {.folder = status};
+        return searchFolder(prefix, item);
     }
-    return QByteArray();
+    if (!last.isRead && !readFolder(prefix, &last)) {
+        const int failure = errno;
+        last = {};
+        errno = failure;
+        return std::nullopt;
+    }
+    return searchListing(last, prefix, item);
 }
 
 } // namespace Marblewick

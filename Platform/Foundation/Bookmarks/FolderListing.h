@@ -13,8 +13,8 @@ struct ItemIdentity;
 
     Nil, with the reason in `errno`, where the folder could not be read or has more than 250,000 entries.
 
-    The entries of the folder last asked about are remembered until it changes, so that many items which are
-    gone from one folder cost one reading of it. Main thread.
+    What a folder holds is remembered from the second search on, until it changes or another one is searched,
+   so that many items which are gone from one folder cost two readings of it. Main thread.
 */
 std::optional<QByteArray> pathOfItemInFolder(const ItemIdentity &item, const QByteArray &folder);
 

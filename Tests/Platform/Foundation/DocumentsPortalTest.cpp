@@ -19,6 +19,10 @@ protected:
     QString identifierIn(const QString &url) const { return url.section(u'/', -2, -2); }
 };
 
+/*! What holds for any file system that a program shows. */
+class FileSystemInUserSpace : public DocumentsPortalTest
+{ };
+
 /*! A host for whom another program stands in for the portal. */
 class FalsePortal : public testing::Test
 {
@@ -213,6 +217,23 @@ TEST_P(PortalBookmarks, OfTheFolderOfDocumentsItselfDoNotWaitForThePortal)
     EXPECT_TRUE(host->start(folder));
     EXPECT_TRUE(host->isReachable(folder));
     portal->resume();
+}
+
+TEST_F(FileSystemInUserSpace, IsOneWhoseItemsAreFoundAfterItWasMountedAnew)
+{
+    isInSandbox = false;
+    const QString url = grantedFile(u"map.txt"_s);
+    // For this host the portal is not the one of its user.
+    const QStringList elsewhere{u"env"_s, u"XDG_RUNTIME_DIR="_s + portal->home(),
+                                QCoreApplication::applicationDirPath() + u"/BookmarkHost"_s};
+    host = std::make_unique<RunningBookmarkHost>(elsewhere);
+    const QString data = host->answer(u"bookmark "_s + url);
+    EXPECT_EQ(host->answer(u"resolve "_s + data), url);
+    portal->end();
+    portal->start();
+    EXPECT_EQ(host->answer(u"resolve "_s + data), url);
+    portal->remove(url.section(u'/', -2, -2));
+    EXPECT_TRUE(host->answer(u"resolve "_s + data).startsWith(u"Error"_s)) << "it is looked for";
 }
 
 TEST_F(FalsePortal, ThatTalksNonsenseCountsAsGranting)

@@ -29,6 +29,14 @@ protected:
         EXPECT_EQ(::chmod(QFile::encodeName(path(name)).constData(), mode), 0);
     }
 
+    /*! Waits until what is in a folder is remembered when it is searched. */
+    void waitUntilSettled(const QString &name) const
+    {
+        struct stat folder = {};
+        EXPECT_EQ(::stat(QFile::encodeName(path(name)).constData(), &folder), 0);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return ::time(nullptr) > folder.st_ctim.tv_sec + 2; }));
+    }
+
     const QString file = newFile(u"folder/a.txt"_s);
     const QByteArray data = bookmark(file);
 };
@@ -118,17 +126,19 @@ TEST_F(NSURLBookmarkFailure, ToSearchAFolderOfMoreThan250000EntriesDoesNotProveT
     EXPECT_EQ(resolved(data), gone);
     newFile(u"folder/one too many"_s);
     EXPECT_EQ(resolved(data), file);
+    waitUntilSettled(u"folder"_s);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(resolved(data), file);
 }
 
 TEST_F(NSURLBookmarkFailure, ToFindAnItemInAFolderIsForgottenWhenTheFolderChanges)
 {
     EXPECT_TRUE(QFile::rename(file, path(u"moved.txt"_s)));
-    struct stat folder = {};
-    ASSERT_EQ(::stat(QFile::encodeName(path(u"folder"_s)).constData(), &folder), 0);
-    // From then on, what is in the folder is remembered.
-    ASSERT_TRUE(QTest::qWaitFor([&] { return ::time(nullptr) > folder.st_ctim.tv_sec + 2; }));
-    EXPECT_EQ(resolved(data), gone);
-    EXPECT_EQ(resolved(data), gone);
+    waitUntilSettled(u"folder"_s);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(resolved(data), gone);
     EXPECT_TRUE(QFile::rename(path(u"moved.txt"_s), path(u"folder/b.txt"_s)));
-    EXPECT_EQ(resolved(data), path(u"folder/b.txt"_s) + u" (stale)"_s);
+    waitUntilSettled(u"folder"_s);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(resolved(data), path(u"folder/b.txt"_s) + u" (stale)"_s);
 }
