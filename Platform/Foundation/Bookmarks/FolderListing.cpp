@@ -113,9 +113,9 @@ bool readFolder(const QByteArray &folder, FolderListing *listing)
 std::optional<QByteArray> searchListing(const FolderListing &listing, const QByteArray &folder,
                                         const ItemIdentity &item)
 {
-    for (const auto &entry :
-         std::ranges::equal_range(listing.entries, item.number, {}, &FolderListing::Entry::number)) {
-        const QByteArray path = folder + (listing.names.constData() + entry.name);
+    auto entry = std::ranges::lower_bound(listing.entries, item.number, {}, &FolderListing::Entry::number);
+    for (; entry != listing.entries.end() && entry->number == item.number; ++entry) {
+        const QByteArray path = folder + (listing.names.constData() + entry->name);
         const auto isFound = isItem(path, item);
         if (!isFound)
             return std::nullopt;
