@@ -32,8 +32,9 @@ constinit std::atomic<bool> installed = false;
 /*! What the host did with each of crashSignals before. */
 constinit struct sigaction formerActions[crashSignals.size()] = {};
 
-/*! A thread and its process: a child that was forked inherits these variables, but not the crash. (Aligned,
-   or clang has a library work on its atomics.)
+/*! A thread and its process: a child that was forked inherits these variables, but not the crash. (Aligned:
+   for an atomic that is not, clang calls libatomic, and a call into a library has no place in a signal
+   handler.)
 */
 struct alignas(8) ThreadIdentity
 {

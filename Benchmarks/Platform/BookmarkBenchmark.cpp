@@ -6,6 +6,7 @@
 
 #include <QFile>
 #include <QTemporaryDir>
+#include <QThread>
 
 #include <array>
 #include <cstdlib>
@@ -14,6 +15,7 @@
 #include <sys/stat.h>
 #include <sys/vfs.h>
 #include <unistd.h>
+#include <vector>
 
 using namespace Marblewick;
 using namespace Qt::StringLiterals;
@@ -21,6 +23,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int foreignEntries = 100'000;
+constexpr int goneItems = 10'000;
 constexpr int times = 2'000; ///< how often a measurement does what takes microseconds
 
 void require(bool condition)
@@ -127,6 +130,46 @@ void compareSearch(const QString &folder)
     printRatio("find a renamed file among 100,000 / readdir", rename.run(), "ms", "at most 1.1");
 }
 
+/*! Resolves the bookmarks of items that were deleted from a folder with many others, beside looking for each
+   item and its folder, and reading the folder once.
+*/
+void compareGoneItems(const QString &folder)
+{
+    std::vector<QString> paths;
+    std::vector<QByteArray> bookmarks;
+    for (int i = 0; i < goneItems; ++i) {
+        paths.push_back(folder + u"/gone %1"_s.arg(i));
+        create(paths.back());
+        bookmarks.push_back(bookmark(NSURL::fileURLWithPath(paths.back())));
+    }
+    for (const QString &path : paths)
+        require(QFile::remove(path));
+    QThread::sleep(4); // An application that is launched finds a folder that has not just changed.
+
+    const QByteArray name = folder.toUtf8();
+    const Comparison launch{.ours =
+                                [&] {
+                                    return 1e3 * secondsOf([&] {
+                                               for (const QByteArray &data : bookmarks)
+                                                   require(!NSURL::URLByResolvingBookmarkData(data, {}));
+                                           });
+                                },
+                            .peer =
+                                [&] {
+                                    return 1e3 * secondsOf([&] {
+                                               for (const QString &path : paths) {
+                                                   require(::access(path.toUtf8().constData(), F_OK) != 0);
+                                                   identify(name, O_DIRECTORY);
+                                               }
+                                               struct stat status = {};
+                                               require(::stat((name + "/new").constData(), &status) == 0);
+                                               search(name, status.st_ino);
+                                           });
+                                }};
+    printRatio("10,000 gone items of a folder of 100,000 / its system calls", launch.run(), "ms",
+               "at most 3");
+}
+
 } // namespace
 
 void benchmarkBookmarks()
@@ -137,4 +180,5 @@ void benchmarkBookmarks()
     create(file);
     compareWithoutSearch(file);
     compareSearch(home.path());
+    compareGoneItems(home.path());
 }

@@ -79,7 +79,7 @@ QStringList NSSearchPathForDirectoriesInDomains(NSSearchPathDirectory directory,
 QString NSHomeDirectory()
 {
     const FlatpakSandbox *const sandbox = FlatpakSandbox::current();
-    return sandbox
+    return sandbox && !sandbox->applicationIdentifier.isEmpty()
                ? stringByAppendingPathComponent(usersHome(), u".var/app/"_s + sandbox->applicationIdentifier)
                : usersHome();
 }

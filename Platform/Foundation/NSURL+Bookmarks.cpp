@@ -3,6 +3,7 @@
 #include "Platform/Foundation/Bookmarks/Bookmark.h"
 #include "Platform/Foundation/Bookmarks/DocumentsPortal.h"
 #include "Platform/Foundation/Bookmarks/FilePath.h"
+#include "Platform/Foundation/Bookmarks/ItemSearch.h"
 #include "Platform/Foundation/NSFileManager.h"
 #include "Platform/Foundation/NSPathUtilities.h"
 #include "Platform/Foundation/NSURL.h"
@@ -10,6 +11,7 @@
 #include <QHash>
 
 #include <cerrno>
+#include <climits>
 
 using namespace Qt::StringLiterals;
 
@@ -40,51 +42,8 @@ bool isInFolder(const QByteArray &path, const QByteArray &folder)
            && (path.size() == folder.size() || path[folder.size()] == '/');
 }
 
-/*! The path of a bookmarked item in the home folder as it is now; empty where it was not in that, or the
-   folder is the same.
-*/
-QByteArray pathInHome(const Bookmark &bookmark)
-{
-    if (bookmark.base != Bookmark::Base::Home)
-        return {};
-    const QByteArray path = homeFolder() + bookmark.path.mid(bookmark.baseLength);
-    return path == bookmark.path ? QByteArray() : path;
-}
-
-/*! Where in the bookmarked folder, which is the one that `place` is in, the item is now: what has its name is
-   it where it is of its kind, as after a file was saved, else what it is called by another name. Empty where
-   it is not there.
-*/
-QByteArray pathInFolder(const Bookmark &bookmark, const QByteArray &place)
-{
-    const QByteArray folder = folderOfItem(place);
-    if (identityOfFolder(folder) != bookmark.folder)
-        return {};
-    const auto successor = identityOfItem(place);
-    if (successor && successor->kind == bookmark.item->kind)
-        return place;
-    return pathOfItem(*bookmark.item, folder);
-}
-
-struct FoundItem
-{
-    QByteArray path; ///< empty where it was not found
-    bool isAsBookmarked = false;
-};
-
-FoundItem find(const Bookmark &bookmark)
-{
-    if (identityOfItem(bookmark.path) == bookmark.item)
-        return {bookmark.path, true};
-    const QByteArray moved = pathInHome(bookmark);
-    if (!moved.isEmpty() && identityOfItem(moved) == bookmark.item)
-        return {moved, false};
-    const QByteArray path = pathInFolder(bookmark, bookmark.path);
-    return {path.isEmpty() && !moved.isEmpty() ? pathInFolder(bookmark, moved) : path, false};
-}
-
 /*! Where the documents portal shows a bookmarked document; not looked for. */
-FoundItem findDocument(const Bookmark &bookmark)
+ItemSearch::Result findDocument(const Bookmark &bookmark)
 {
     const QByteArray path = currentDocumentPath(bookmark.path, bookmark.baseLength);
     if (documentsFolderLength(path) == 0)
@@ -107,6 +66,8 @@ std::optional<QByteArray> bookmarkDataWithOptions(const QUrl &url, NSURLBookmark
     const auto path = filePath(url, error);
     if (!path)
         return std::nullopt;
+    if (path->size() >= PATH_MAX)
+        return fail(error, ENAMETOOLONG, *path);
     Bookmark bookmark{.path = *path, .scope = scope(options)};
     if (const qsizetype length = documentsFolderLength(*path); length > 0) {
         if (!checkResourceIsReachable(url, error))
@@ -134,8 +95,9 @@ std::optional<QUrl> URLByResolvingBookmarkData(const QByteArray &data, NSURLBook
     const auto bookmark = Bookmark::fromData(data, error);
     if (!bookmark)
         return std::nullopt;
-    const FoundItem found = bookmark->base == Bookmark::Base::Documents ? findDocument(*bookmark)
-                                                                        : find(*bookmark);
+    const auto found = bookmark->base == Bookmark::Base::Documents
+                           ? findDocument(*bookmark)
+                           : ItemSearch(*bookmark, homeFolder()).result();
     if (found.path.isEmpty()) {
         if (error) {
             const QString path = NSFileManager::stringWithFileSystemRepresentation(bookmark->path);

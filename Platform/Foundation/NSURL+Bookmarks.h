@@ -59,8 +59,8 @@ namespace NSURL {
 MARBLEWICK_CORE_EXPORT bool instancesRespondToStartAccessingSecurityScopedResource();
 
 /*! Bytes from which URLByResolvingBookmarkData() finds the item of a file URL again, also in a later launch:
-   a file, a folder, or a symbolic link itself; whatever else has a name, too. They are for this framework
-   alone; their form is versioned and has a checksum, and they are smaller than 8 KiB.
+    a file, a folder, or a symbolic link itself; whatever else has a name, too. They are for this framework
+    alone; their form is versioned and has a checksum, and they are smaller than 8 KiB.
 
     Nil, with `error` set, where the item is missing or cannot be looked at, or the URL is not that of an
     absolute path. Main thread.
@@ -70,17 +70,20 @@ MARBLEWICK_CORE_EXPORT std::optional<QByteArray> bookmarkDataWithOptions(const Q
                                                                          NSError *error = nullptr);
 
 /*! The URL at which a bookmarked item is now. It is found under its path, and where the home folder has
-   moved, under the same path in that; where another item of the same kind has taken its name in the same
-   folder, as when a file is saved, that one; where the name is gone, by another name in the same folder. An
-   item that merely has the number of the bookmarked one is never taken for it.
+    moved, under the same path in that; where another item of the same kind has taken its name in the same
+    folder, as when a file is saved, that one; where the name is gone, by another name in the same folder. A
+    folder that was renamed is found even where another one has its name now, unless it looks like a package,
+    whose name has an extension. An item that merely has the number of the bookmarked one is never taken for
+    it.
 
     `isStale` receives whether path or item are no longer those in the data, so that it should be made anew.
-   Nil, with `error` set, where the item is not found or the data is no bookmark. The path is as it was
-   bookmarked, symbolic links not resolved, without a slash at its end.
+    Nil, with `error` set, where the item is known to be gone or the data is no bookmark. The path is as it
+    was bookmarked, symbolic links not resolved, without a slash at its end.
 
-    A document of the documents portal, as applications in a Flatpak sandbox get them, is not looked for:
-   whether it is still granted is only seen when access starts, so that a portal which is away costs no
-   bookmark. Main thread.
+    Where the system cannot tell whether the item is gone (too many open files, a closed folder, a server
+    that does not answer), the URL is the bookmarked one, and not stale. A document of the documents portal,
+    as applications in a Flatpak sandbox get them, is not looked for at all. So an outage costs no bookmark;
+    what is possible is seen when access starts. Main thread.
 */
 MARBLEWICK_CORE_EXPORT std::optional<QUrl> URLByResolvingBookmarkData(const QByteArray &data,
                                                                       NSURLBookmarkResolutionOptions options,

@@ -1,10 +1,14 @@
 #include "Platform/Foundation/Bookmarks/DocumentsPortal.h"
 #include "Platform/Foundation/Bookmarks/FilePath.h"
 #include "Platform/Foundation/Bookmarks/FlatpakSandbox.h"
+#include "Platform/Foundation/NSFileManager.h"
+#include "Platform/Foundation/NSPathUtilities.h"
 #include "Platform/Foundation/NSURL.h"
 
 #include <cerrno>
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 
 namespace Marblewick::NSURL {
 
@@ -12,21 +16,27 @@ namespace {
 
 bool exists(const QByteArray &path, struct stat *status) { return ::stat(path.constData(), status) == 0; }
 
-bool isProofOfAbsence(int failure)
+/*! Whether a folder holds nothing but what the sandbox shows in it. Such are the folders that the sandbox
+   itself consists of, like /home, which are on the file system of its root, and the ones that it covers by a
+   file system in memory. The application's own folder may also be in memory, but is all there.
+*/
+bool isOfSandbox(const QByteArray &folder, const struct stat &status)
 {
-    return failure == ENOENT || failure == ENOTDIR || failure == ELOOP || failure == ENAMETOOLONG;
+    struct stat other = {};
+    if (!exists("/", &other) || other.st_dev == status.st_dev)
+        return true;
+    struct statfs fileSystem = {};
+    const bool isInMemory = ::statfs(folder.constData(), &fileSystem) == 0
+                            && fileSystem.f_type == TMPFS_MAGIC;
+    const QByteArray home = NSFileManager::fileSystemRepresentationWithPath(NSHomeDirectory());
+    return isInMemory && !(exists(home, &other) && other.st_dev == status.st_dev);
 }
 
 /*! Whether something that looks missing in a sandbox, or in the documents portal, may only be hidden by that.
-   The folders that a sandbox consists of, such as /home, are on the file system of its root, and hold nothing
-   but what it shows.
-*/
+ */
 bool mayBeHidden(QByteArray path)
 {
-    struct stat root = {};
     struct stat status = {};
-    if (!exists("/", &root))
-        return true;
     bool isDocument = false;
     while (!exists(path, &status)) {
         const bool cannotLook = !isProofOfAbsence(errno);
@@ -37,7 +47,7 @@ bool mayBeHidden(QByteArray path)
         isDocument = documentsFolderLength(path) == folder.size();
         path = folder;
     }
-    return isDocument || (FlatpakSandbox::current() && status.st_dev == root.st_dev);
+    return isDocument || (FlatpakSandbox::current() && isOfSandbox(path, status));
 }
 
 /*! The errno value that proves an item missing, or 0. */

@@ -111,6 +111,7 @@ QStringList DocumentsPortal::commandInSandbox(const QString &program) const
            << QStringList{u"--ro-bind"_s, build, build}
            << QStringList{u"--ro-bind"_s, sandboxInfo(), u"/.flatpak-info"_s}
            << QStringList{u"--bind"_s, ownHome, ownHome} << QStringList{u"--bind"_s, shared, shared}
+           << QStringList{u"--tmpfs"_s, shared + u"/covered"_s}
            << QStringList{u"--bind"_s, runtimeFolder() + u"/doc/by-app/"_s + applicationIdentifier(),
                           u"/run/flatpak/doc"_s}
            << QStringList{u"--symlink"_s, u"/run/flatpak/doc"_s, runtimeFolderInside + u"/doc"_s}

@@ -47,8 +47,8 @@ public:
     /*! The command that runs a program of the build tree for the user of this portal. */
     QStringList commandOutside(const QString &program) const;
     /*! The same in a sandbox that looks like Flatpak's from within: the program sees its documents, its own
-       home folder and the folder `shared` in the user's home, which are made here, and nothing else of the
-       user's.
+       home folder and the folder `shared` in the user's home but for `covered` in that, which are made here,
+       and nothing else of the user's.
     */
     QStringList commandInSandbox(const QString &program) const;
     /*! The file that describes the sandbox of the last such command to the program. */

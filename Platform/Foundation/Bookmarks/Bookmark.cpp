@@ -140,11 +140,11 @@ bool isComplete(const Bookmark &bookmark)
 {
     if (!isAbsolute(bookmark.path))
         return false;
-    if (bookmark.base == Bookmark::Base::Documents)
-        return bookmark.baseLength > 0 && bookmark.baseLength < bookmark.path.size()
-               && bookmark.path[bookmark.baseLength] == '/';
-    return bookmark.item && bookmark.folder && bookmark.baseLength <= bookmark.path.size()
-           && (bookmark.baseLength == bookmark.path.size() || bookmark.path[bookmark.baseLength] == '/');
+    if (bookmark.baseLength > bookmark.path.size()
+        || (bookmark.baseLength < bookmark.path.size() && bookmark.path[bookmark.baseLength] != '/'))
+        return false;
+    return bookmark.base == Bookmark::Base::Documents ? bookmark.baseLength > 0
+                                                      : bookmark.item && bookmark.folder;
 }
 
 } // namespace
@@ -187,7 +187,10 @@ std::optional<Bookmark> Bookmark::fromData(const QByteArray &data, NSError *erro
     QByteArrayView contents = QByteArrayView(data).chopped(checksumSize);
     if (checksum(contents) != qFromBigEndian<quint64>(data.constData() + contents.size()))
         return damaged();
-    if (quint8(data[magic.size()]) > currentVersion)
+    const auto version = quint8(data[magic.size()]);
+    if (version == 0)
+        return damaged();
+    if (version > currentVersion)
         return fail(NSFeatureUnsupportedError, u"A newer version of this software made the bookmark."_s);
     Bookmark bookmark;
     if (!decodeRecords(contents.sliced(headSize), &bookmark) || !isComplete(bookmark))

@@ -1,9 +1,10 @@
 #include "Platform/Foundation/Bookmarks/DocumentsPortal.h"
 
+#include "Platform/Foundation/Bookmarks/FilePath.h"
+
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <fcntl.h>
 #include <future>
 #include <sys/stat.h>
 #include <system_error>
@@ -16,12 +17,15 @@ namespace {
 
 constexpr std::chrono::milliseconds timeLimit(500);
 
-/*! Whether a file system is shown at the folder. Of which kind it is the portal refuses to say there. */
+/*! Whether a file system is shown at the folder: one other than that of the folder above. Of which kind it is
+   the portal refuses to say there.
+*/
 bool isShown(const QByteArray &documentsFolder)
 {
-    struct statx status = {};
-    return ::statx(AT_FDCWD, documentsFolder.constData(), 0, 0, &status) == 0
-           && (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    struct stat status = {};
+    struct stat above = {};
+    return ::stat(documentsFolder.constData(), &status) == 0
+           && ::stat(folderOfItem(documentsFolder).constData(), &above) == 0 && status.st_dev != above.st_dev;
 }
 
 /*! The folders in which the portal shows documents: the one whose paths it hands out, and the one that this
@@ -32,6 +36,8 @@ std::array<QByteArray, 2> documentsFolders()
     QByteArray runtimeFolder = qgetenv("XDG_RUNTIME_DIR");
     if (!runtimeFolder.startsWith('/'))
         runtimeFolder = "/run/user/" + QByteArray::number(::getuid());
+    while (runtimeFolder.endsWith('/'))
+        runtimeFolder.chop(1);
     return {runtimeFolder + "/doc", "/run/flatpak/doc"};
 }
 
@@ -40,10 +46,9 @@ std::array<QByteArray, 2> documentsFolders()
 qsizetype documentsFolderLength(const QByteArray &path)
 {
     for (const QByteArray &folder : documentsFolders()) {
-        if (path != folder && !path.startsWith(folder + '/'))
-            continue;
-        const bool goesUp = (path.mid(folder.size()) + '/').contains("/../");
-        return goesUp ? 0 : folder.size();
+        const QByteArray below = path.mid(folder.size()) + '/';
+        if (path.startsWith(folder) && below.startsWith('/'))
+            return below.contains("/../") ? 0 : folder.size();
     }
     return 0;
 }
@@ -62,7 +67,9 @@ std::optional<int> answerOfDocumentsPortal(const QByteArray &documentsFolder, st
     if (isSlow)
         return std::nullopt;
     std::packaged_task<std::optional<int>()> task([documentsFolder, question = std::move(question)] {
-        return isShown(documentsFolder) ? std::optional(question()) : std::nullopt;
+        const int answer = question();
+        // Where the portal went in the meantime, it was the empty folder under it that answered.
+        return isShown(documentsFolder) ? std::optional(answer) : std::nullopt;
     });
     auto answer = task.get_future();
     try {

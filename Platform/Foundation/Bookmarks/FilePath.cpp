@@ -4,6 +4,8 @@
 #include "Platform/Foundation/NSURL+Bookmarks.h"
 #include "Platform/Foundation/NSURL.h"
 
+#include <cerrno>
+
 using namespace Qt::StringLiterals;
 
 namespace Marblewick {
@@ -15,7 +17,7 @@ std::optional<QByteArray> filePath(const QUrl &url, NSError *error)
             *error = NSError(NSCocoaErrorDomain, code, {{NSLocalizedDescriptionKey, sentence}});
         return std::nullopt;
     };
-    if (url.scheme() != "file"_L1 || !url.host().isEmpty())
+    if (url.scheme() != "file"_L1 || (!url.host().isEmpty() && url.host() != "localhost"_L1))
         return fail(NSFileReadUnsupportedSchemeError,
                     u"The URL “%1” is not that of a file on this machine."_s.arg(url.toDisplayString()));
     const QString path = NSURL::path(url);
@@ -31,6 +33,9 @@ QByteArray folderOfItem(const QByteArray &path)
     return path.left(qMax<qsizetype>(1, path.lastIndexOf('/')));
 }
 
-QByteArray nameOfItem(const QByteArray &path) { return path.mid(path.lastIndexOf('/') + 1); }
+bool isProofOfAbsence(int failure)
+{
+    return failure == ENOENT || failure == ENOTDIR || failure == ELOOP || failure == ENAMETOOLONG;
+}
 
 } // namespace Marblewick

@@ -17,7 +17,9 @@ std::optional<QByteArray> filePath(const QUrl &url, NSError *error);
 /*! The folder that the item at an absolute path lies in; "/" for "/". */
 QByteArray folderOfItem(const QByteArray &path);
 
-/*! The name of the item at an absolute path; empty for "/". */
-QByteArray nameOfItem(const QByteArray &path);
+/*! Whether a system call that failed with this `errno` value proves that nothing is at its path. Others, such
+   as that of a server which does not answer or of a process with too many open files, say nothing about it.
+*/
+bool isProofOfAbsence(int failure);
 
 } // namespace Marblewick

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstddef>
-#include <dirent.h>
 #include <fcntl.h>
 #include <linux/magic.h>
 #include <sys/stat.h>
@@ -19,6 +18,15 @@ quint64 fileSystemNumber(const struct statfs &status)
 {
     const auto &number = status.f_fsid.__val;
     return quint64(quint32(number[0])) << 32 | quint32(number[1]);
+}
+
+/*! Whether an item keeps its number and its handle when the file system is mounted anew. FAT has nothing on
+   the disk to take them from, and file systems in user space commonly count.
+*/
+bool hasLastingNumbers(const struct statfs &fileSystem)
+{
+    return fileSystem.f_type != FUSE_SUPER_MAGIC && fileSystem.f_type != MSDOS_SUPER_MAGIC
+           && fileSystem.f_type != EXFAT_SUPER_MAGIC;
 }
 
 /*! The kernel's handle of an open item, its type first. */
@@ -47,40 +55,46 @@ std::optional<ItemIdentity> identity(const QByteArray &path, int flags)
         return std::nullopt;
 
     ItemIdentity identity;
-    identity.fileSystem = fileSystemNumber(fileSystem);
-    identity.number = status.stx_ino;
     identity.kind = status.stx_mode & quint32(S_IFMT);
     if (status.stx_mask & STATX_BTIME) {
         identity.birthSeconds = static_cast<quint64>(status.stx_btime.tv_sec);
         identity.birthNanoseconds = status.stx_btime.tv_nsec;
     }
-    // A file system in user space numbers its handles anew each time it is mounted.
-    if (fileSystem.f_type != FUSE_SUPER_MAGIC)
+    if (hasLastingNumbers(fileSystem)) {
+        identity.fileSystem = fileSystemNumber(fileSystem);
+        identity.number = status.stx_ino;
         identity.handle = handle(item);
+    }
     return identity;
 }
 
 } // namespace
 
+bool ItemIdentity::hasBirthDateOf(const ItemIdentity &other) const
+{
+    return hasBirthDate() && birthSeconds == other.birthSeconds && birthNanoseconds == other.birthNanoseconds;
+}
+
+bool ItemIdentity::mayBe(const ItemIdentity &other) const
+{
+    if (number != other.number || kind != other.kind)
+        return false;
+    if (hasBirthDateOf(other) && hasHandleOf(other))
+        return true;
+    const bool hasOtherBirthDate = hasBirthDate() && other.hasBirthDate() && !hasBirthDateOf(other);
+    const bool hasOtherHandle = !handle.isEmpty() && !other.handle.isEmpty() && !hasHandleOf(other);
+    return fileSystem == other.fileSystem && !hasOtherBirthDate && !hasOtherHandle;
+}
+
+bool ItemIdentity::isCertainly(const ItemIdentity &other) const
+{
+    return mayBe(other) && (hasBirthDateOf(other) || hasHandleOf(other));
+}
+
+bool ItemIdentity::isByHandle(const ItemIdentity &other) const { return mayBe(other) && hasHandleOf(other); }
+
 std::optional<ItemIdentity> identityOfItem(const QByteArray &path) { return identity(path, O_NOFOLLOW); }
 
 std::optional<ItemIdentity> identityOfFolder(const QByteArray &path) { return identity(path, O_DIRECTORY); }
-
-QByteArray pathOfItem(const ItemIdentity &item, const QByteArray &folder)
-{
-    DIR *const entries = item.handle.isEmpty() ? nullptr : ::opendir(folder.constData());
-    if (!entries)
-        return {};
-    const auto closing = qScopeGuard([entries] { ::closedir(entries); });
-    const QByteArray prefix = folder.endsWith('/') ? folder : folder + '/';
-    while (const dirent *entry = ::readdir(entries)) {
-        if (entry->d_ino != item.number)
-            continue;
-        const QByteArray path = prefix + entry->d_name;
-        if (identityOfItem(path) == item)
-            return path;
-    }
-    return {};
-}
 
 } // namespace Marblewick

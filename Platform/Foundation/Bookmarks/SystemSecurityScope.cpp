@@ -3,6 +3,7 @@
 #include "Platform/Foundation/NSURL+Bookmarks.h"
 
 #include <cerrno>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Marblewick {
@@ -28,6 +29,17 @@ bool isRefusal(int failure)
     }
 }
 
+/*! Asks the system for the use of an item: 0, or the `errno` value with which it is refused. What is in a
+   folder can only be used where the folder may be searched.
+*/
+int access(const QByteArray &path, bool isReadOnly)
+{
+    struct stat status = {};
+    const bool isFolder = ::stat(path.constData(), &status) == 0 && S_ISDIR(status.st_mode);
+    const int mode = R_OK | (isReadOnly ? 0 : W_OK) | (isFolder ? X_OK : 0);
+    return ::access(path.constData(), mode) == 0 ? 0 : errno;
+}
+
 class SystemSecurityScope : public NSSecurityScope
 {
 public:
@@ -36,9 +48,7 @@ public:
         const auto path = filePath(url, nullptr);
         if (!path)
             return false;
-        const auto check = [path = *path, mode = isReadOnly ? R_OK : R_OK | W_OK] {
-            return ::access(path.constData(), mode) == 0 ? 0 : errno;
-        };
+        const auto check = [path = *path, isReadOnly] { return access(path, isReadOnly); };
         const qsizetype length = documentsFolderLength(*path);
         return !isRefusal(length > 0 ? answerOfDocumentsPortal(path->left(length), check).value_or(0)
                                      : check());

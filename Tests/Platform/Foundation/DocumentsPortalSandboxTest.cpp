@@ -34,10 +34,22 @@ TEST_F(SandboxedBookmarks, HaveTheUsersHomeWhereNoApplicationIsNamed)
     for (const QByteArray &info :
          {QByteArray(), QByteArray("[Runtime]\nname=org.example.Runtime\n"),
           QByteArray("[Application]\nname=\n"), QByteArray("[Application]\nname=../..\n"),
+          QByteArray("[Application]\nname=..\n"), QByteArray("[Application]\nname=.\n"),
           QByteArray("[Application]\nname"), QByteArray(70'000, '[')}) {
         launch();
         writeFile(portal->sandboxInfo(), info);
         EXPECT_EQ(host->answer(u"home"_s), portal->home()) << info.left(40).constData();
+    }
+}
+
+TEST_F(SandboxedBookmarks, KnowTheSandboxAlsoWhereItsDescriptionIsDamaged)
+{
+    for (const QByteArray &info :
+         {QByteArray(), QByteArray("[Application]\nname=..\n"), QByteArray(70'000, '[')}) {
+        launch();
+        writeFile(portal->sandboxInfo(), info);
+        EXPECT_TRUE(host->isReachable(fileURL(portal->home() + u"/Documents/map.txt"_s)));
+        EXPECT_FALSE(host->isReachable(fileURL(shared() + u"missing"_s)));
     }
 }
 
@@ -88,6 +100,13 @@ TEST_F(SandboxedBookmarks, OfAFolderThatTheSandboxShowsFindARenamedFile)
     EXPECT_TRUE(host->start(renamed));
 }
 
+TEST_F(SandboxedBookmarks, ForWritingDoNotStartWhereTheSandboxShowsAFolderForReading)
+{
+    const QString url = u"file:///usr/bin/env"_s;
+    EXPECT_FALSE(startsAfterRelaunch(url, u"bookmark"_s));
+    EXPECT_TRUE(startsAfterRelaunch(url, u"bookmark-for-reading"_s));
+}
+
 TEST_F(SandboxedBookmarks, AreNotMadeOfWhatTheSandboxHides)
 {
     writeFile(portal->home() + u"/Documents/map.txt"_s, "contents");
@@ -101,6 +120,11 @@ TEST_F(SandboxedBookmarks, KnowThatWhatTheSandboxHidesMayBeThere)
          {portal->home() + u"/Documents/map.txt"_s, u"/home/somebody"_s, u"/srv/maps/map.txt"_s,
           u"/run/user/%1/doc/1a2b3c4d/map.txt"_s.arg(::getuid()), u"/run/flatpak/doc/1a2b3c4d"_s})
         EXPECT_TRUE(host->isReachable(fileURL(path))) << qPrintable(path);
+}
+
+TEST_F(SandboxedBookmarks, KnowThatWhatTheSandboxCoversMayBeThere)
+{
+    EXPECT_TRUE(host->isReachable(fileURL(shared() + u"covered/map.txt"_s)));
 }
 
 TEST_F(SandboxedBookmarks, KnowThatWhatIsMissingInAFolderThatTheSandboxShowsIsNotThere)

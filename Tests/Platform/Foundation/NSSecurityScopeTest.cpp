@@ -116,6 +116,17 @@ TEST_F(SecurityScope, ForReadingDoesNotStartWhereTheUserMayNotRead)
                                           [&] { return !NSURL::startAccessingSecurityScopedResource(url); }));
 }
 
+TEST_F(SecurityScope, DoesNotStartForAFolderThatTheUserMayNotSearch)
+{
+    writeFile(home.path() + u"/folder/a.txt"_s, "contents");
+    const QString folder = home.path() + u"/folder"_s;
+    const QUrl url = resolvedURL(folder, NSURLBookmarkCreationSecurityScopeAllowOnlyReadAccess);
+    EXPECT_TRUE(QFile::setPermissions(folder, QFile::ReadOwner));
+    EXPECT_TRUE(resultInUnprivilegedChild(home.path(),
+                                          [&] { return !NSURL::startAccessingSecurityScopedResource(url); }));
+    EXPECT_TRUE(QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+}
+
 TEST_F(SecurityScope, DoesNotStartForAnItemThatWasDeleted)
 {
     const QUrl url = resolvedURL(file, NSURLBookmarkCreationWithSecurityScope);

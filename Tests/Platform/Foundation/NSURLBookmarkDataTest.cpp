@@ -1,40 +1,22 @@
 #include <Marblewick/NSURL+Bookmarks.h>
 #include <Marblewick/NSURL.h>
 
+#include "Tests/Platform/Foundation/BookmarkTest.h"
 #include "Tests/Support/TemporaryHome.h"
 
 #include <gtest/gtest.h>
 
 #include <QDir>
 #include <QDirIterator>
-#include <QtEndian>
 
 using namespace Marblewick;
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr auto quietly = NSURLBookmarkResolutionWithoutUI | NSURLBookmarkResolutionWithSecurityScope;
 constexpr qsizetype versionPlace = 4;
 constexpr qsizetype firstRecord = 5;
 constexpr qsizetype checksumSize = 8;
-
-quint64 fnv1a(const QByteArray &bytes)
-{
-    quint64 sum = 14695981039346656037U;
-    for (const char byte : bytes) {
-        sum ^= static_cast<uchar>(byte);
-        sum *= 1099511628211U;
-    }
-    return sum;
-}
-
-/*! Bytes without a checksum, with the one that belongs to them. */
-QByteArray sealed(QByteArray bytes)
-{
-    const quint64 sum = qToBigEndian(fnv1a(bytes));
-    return bytes.append(reinterpret_cast<const char *>(&sum), sizeof sum);
-}
 
 QByteArray record(char tag, const QByteArray &value, qsizetype length)
 {
@@ -47,7 +29,7 @@ QByteArray record(char tag, const QByteArray &value, qsizetype length)
 QByteArray record(char tag, const QByteArray &value) { return record(tag, value, value.size()); }
 
 /*! A whole bookmark of those records. */
-QByteArray bookmark(const QByteArray &records, char version = 1)
+QByteArray bookmarkOf(const QByteArray &records, char version = 1)
 {
     return sealed("MBWB" + QByteArray(1, version) + records);
 }
@@ -167,6 +149,13 @@ TEST_F(NSURLBookmarkData, OfANewerVersionIsRefusedAndSaysSo)
     EXPECT_EQ(error.localizedDescription(), u"A newer version of this software made the bookmark."_s);
 }
 
+TEST_F(NSURLBookmarkData, OfAVersionThatNeverWasIsRefused)
+{
+    QByteArray older = data.chopped(checksumSize);
+    older[versionPlace] = 0;
+    EXPECT_EQ(failure(sealed(older)).code(), NSFileReadCorruptFileError);
+}
+
 TEST_F(NSURLBookmarkData, IsReadPastRecordsThatAreNotKnown)
 {
     const QByteArray head = data.left(firstRecord);
@@ -181,8 +170,8 @@ TEST_F(NSURLBookmarkData, WithoutAPathOrIdentityIsRefused)
     const QByteArray item = record(4, identity);
     const QByteArray folder = record(5, identity);
     for (const QByteArray &records : {QByteArray(), path, path + item, path + folder, item + folder})
-        EXPECT_EQ(failure(bookmark(records)).code(), NSFileReadCorruptFileError);
-    EXPECT_EQ(failure(bookmark(path + item + folder)).code(), NSFileNoSuchFileError);
+        EXPECT_EQ(failure(bookmarkOf(records)).code(), NSFileReadCorruptFileError);
+    EXPECT_EQ(failure(bookmarkOf(path + item + folder)).code(), NSFileNoSuchFileError);
 }
 
 TEST_F(NSURLBookmarkData, WithAPathThatIsNotAbsoluteOrHoldsANULIsRefused)
@@ -190,7 +179,7 @@ TEST_F(NSURLBookmarkData, WithAPathThatIsNotAbsoluteOrHoldsANULIsRefused)
     const QByteArray identities = record(4, identity) + record(5, identity);
     for (const QByteArray &path : {QByteArray(), QByteArray("tmp"), QByteArray("/tmp/"),
                                    QByteArray("/a\0b", 4), '/' + QByteArray(4095, 'a')})
-        EXPECT_EQ(failure(bookmark(record(1, path) + identities)).code(), NSFileReadCorruptFileError)
+        EXPECT_EQ(failure(bookmarkOf(record(1, path) + identities)).code(), NSFileReadCorruptFileError)
             << path.constData();
 }
 
@@ -202,7 +191,7 @@ TEST_F(NSURLBookmarkData, WithARecordOfTheWrongLengthIsRefused)
           whole + record(4, identity.chopped(1)), whole + record(3, {}), whole + record(3, "\1\1"),
           whole + record(3, "\3"), whole + record(2, "\1"), whole + record(2, QByteArray("\1\0\1\0", 4)),
           whole + record(2, QByteArray("\3\0\1", 3)), whole + record(2, QByteArray("\0\0\1", 3))})
-        EXPECT_EQ(failure(bookmark(records)).code(), NSFileReadCorruptFileError)
+        EXPECT_EQ(failure(bookmarkOf(records)).code(), NSFileReadCorruptFileError)
             << records.toHex().constData();
 }
 
@@ -212,24 +201,58 @@ TEST_F(NSURLBookmarkData, WithABaseThatIsNotAFolderOfThePathIsRefused)
     const auto base = [](char kind, char length) {
         return record(2, QByteArray(1, kind) + QByteArray(1, '\0') + QByteArray(1, length));
     };
-    EXPECT_EQ(failure(bookmark(whole + base(1, 10))).code(), NSFileNoSuchFileError);
-    EXPECT_EQ(failure(bookmark(whole + base(1, 9))).code(), NSFileReadCorruptFileError);
-    EXPECT_EQ(failure(bookmark(whole + base(1, 13))).code(), NSFileReadCorruptFileError);
-    EXPECT_EQ(failure(bookmark(whole + base(2, 9))).code(), NSFileReadCorruptFileError);
-    EXPECT_EQ(failure(bookmark(whole + base(2, 0))).code(), NSFileReadCorruptFileError);
-    EXPECT_EQ(failure(bookmark(whole + base(2, 12))).code(), NSFileReadCorruptFileError);
+    EXPECT_EQ(failure(bookmarkOf(whole + base(1, 10))).code(), NSFileNoSuchFileError);
+    EXPECT_EQ(failure(bookmarkOf(whole + base(1, 9))).code(), NSFileReadCorruptFileError);
+    EXPECT_EQ(failure(bookmarkOf(whole + base(1, 13))).code(), NSFileReadCorruptFileError);
+    EXPECT_EQ(failure(bookmarkOf(whole + base(2, 9))).code(), NSFileReadCorruptFileError);
+    EXPECT_EQ(failure(bookmarkOf(whole + base(2, 0))).code(), NSFileReadCorruptFileError);
+    EXPECT_EQ(failure(bookmarkOf(whole + base(2, 13))).code(), NSFileReadCorruptFileError);
 }
 
 TEST_F(NSURLBookmarkData, OfADocumentCannotLeadOutOfTheDocumentsFolder)
 {
     qputenv("XDG_RUNTIME_DIR", "/run/user/4711");
     const QByteArray base = record(2, QByteArray("\2\0\15", 3));
-    const auto document = [&](const QByteArray &path) { return bookmark(record(1, path) + base); };
-    EXPECT_EQ(NSURL::URLByResolvingBookmarkData(document("/run/user/doc/1a2b3c/map.txt"), quietly),
-              QUrl(u"file:///run/user/4711/doc/1a2b3c/map.txt"_s));
+    const auto document = [&](const QByteArray &path) { return bookmarkOf(record(1, path) + base); };
+    EXPECT_EQ(resolved(document("/run/user/doc/1a2b3c/map.txt")),
+              u"/run/user/4711/doc/1a2b3c/map.txt (stale)"_s);
     for (const QByteArray &path :
          {QByteArray("/run/user/doc/../../../etc/passwd"), QByteArray("/run/user/doc/1a2b3c/..")})
         EXPECT_EQ(failure(document(path)).code(), NSFileNoSuchFileError);
+}
+
+TEST_F(NSURLBookmarkData, OfTheDocumentsFolderItselfIsResolvedToItsPlace)
+{
+    qputenv("XDG_RUNTIME_DIR", "/run/user/4711");
+    EXPECT_EQ(resolved(bookmarkOf(record(1, "/run/user/doc") + record(2, QByteArray("\2\0\15", 3)))),
+              u"/run/user/4711/doc (stale)"_s);
+}
+
+TEST_F(NSURLBookmarkData, OfADocumentIsTheSameWhateverSlashesEndTheRuntimeFolder)
+{
+    qputenv("XDG_RUNTIME_DIR", home.path().toUtf8() + "//");
+    const QString document = home.path() + u"/doc/1a2b3c/map.txt"_s;
+    EXPECT_EQ(resolved(bookmark(document)), document) << "a portal that is away counts as granting";
+}
+
+TEST_F(NSURLBookmarkData, OfADocumentWhosePathIsTooLongForTheSystemIsNotMade)
+{
+    qputenv("XDG_RUNTIME_DIR", home.path().toUtf8());
+    const QString longest = (home.path() + u"/doc/1a2b3c"_s).leftJustified(4095, u'a');
+    EXPECT_EQ(resolved(bookmark(longest)), longest);
+    NSError error;
+    EXPECT_FALSE(NSURL::bookmarkDataWithOptions(NSURL::fileURLWithPath(longest + u'a'), {}, &error));
+    EXPECT_EQ(error.domain(), NSPOSIXErrorDomain);
+    EXPECT_EQ(error.code(), ENAMETOOLONG);
+}
+
+TEST_F(NSURLBookmarkData, OfAnItemInTheHomeFolderIsResolvedWhereThatIsTheRootNow)
+{
+    const QByteArray item = bookmark(u"/usr/bin/env"_s);
+    const qsizetype identities = item.indexOf(record(3, "\1"));
+    const QByteArray path = record(1, "/missing/bin/env") + record(2, QByteArray("\1\0\10", 3));
+    qputenv("HOME", "/");
+    EXPECT_EQ(resolved(bookmarkOf(path + item.mid(identities).chopped(checksumSize))), u"/bin/env (stale)"_s);
 }
 
 TEST_F(NSURLBookmarkData, ThatTheFuzzerFoundWorthKeepingIsRefusedOrResolved)

@@ -2,6 +2,7 @@
 #include <Marblewick/NSURL+Bookmarks.h>
 #include <Marblewick/NSURL.h>
 
+#include "Tests/Platform/Foundation/BookmarkTest.h"
 #include "Tests/Support/RefusedCall.h"
 #include "Tests/Support/TemporaryHome.h"
 #include "Tests/Support/UnprivilegedChild.h"
@@ -23,30 +24,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr auto readWrite = NSURLBookmarkCreationWithSecurityScope;
-constexpr auto quietly = NSURLBookmarkResolutionWithoutUI | NSURLBookmarkResolutionWithSecurityScope;
-
-QByteArray bookmark(const QString &path)
-{
-    NSError error;
-    const auto data = NSURL::bookmarkDataWithOptions(NSURL::fileURLWithPath(path), readWrite, &error);
-    EXPECT_TRUE(data) << qPrintable(error.description());
-    return data.value_or(QByteArray());
-}
-
-/*! The path to which a bookmark resolves, with "(stale)" after it where it is; what the error says where it
-   does not.
-*/
-QString resolved(const QByteArray &data)
-{
-    NSError error;
-    bool isStale = false;
-    const auto url = NSURL::URLByResolvingBookmarkData(data, quietly, &isStale, &error);
-    if (!url)
-        return error.localizedDescription();
-    return NSURL::path(*url) + (isStale ? u" (stale)"_s : QString());
-}
-
-const QString gone = u"The bookmarked item is not there any more."_s;
 
 ino_t number(const QString &path)
 {
@@ -54,40 +31,6 @@ ino_t number(const QString &path)
     EXPECT_EQ(::lstat(QFile::encodeName(path).constData(), &status), 0);
     return status.st_ino;
 }
-
-/*! Writes a file as an editor does: a new one takes the name. */
-void saveAtomically(const QString &path, const QByteArray &contents)
-{
-    writeFile(path + u".new"_s, contents);
-    EXPECT_EQ(::rename(QFile::encodeName(path + u".new"_s).constData(), QFile::encodeName(path).constData()),
-              0);
-}
-
-/*! Items in a folder whose file system has handles: the usual one for temporary files, or else the one in
-   memory, for machines whose own is made of layers.
-*/
-class NSURLBookmarks : public testing::Test
-{
-protected:
-    NSURLBookmarks() { EXPECT_TRUE(m_folder.isValid()); }
-
-    QString path(const QString &name) const { return m_folder.filePath(name); }
-    QString newFile(const QString &name, const QByteArray &contents = "contents") const
-    {
-        writeFile(path(name), contents);
-        return path(name);
-    }
-
-private:
-    static QString folder()
-    {
-        struct statfs status = {};
-        ::statfs(QFile::encodeName(QDir::tempPath()).constData(), &status);
-        return status.f_type == OVERLAYFS_SUPER_MAGIC ? u"/dev/shm"_s : QDir::tempPath();
-    }
-
-    const QTemporaryDir m_folder{folder() + u"/bookmarks-XXXXXX"_s};
-};
 
 } // namespace
 
@@ -145,6 +88,56 @@ TEST_F(NSURLBookmarks, FindWhatTookThePlaceWhenAFileWasSaved)
     const QByteArray data = bookmark(file);
     saveAtomically(file, "saved");
     EXPECT_EQ(resolved(data), file + u" (stale)"_s);
+}
+
+TEST_F(NSURLBookmarks, FindWhatTookThePlaceWhenAPackageWasSaved)
+{
+    const QString package = newFolder(u"a.cartograph"_s);
+    const QByteArray data = bookmark(package);
+    EXPECT_TRUE(QDir().rename(package, path(u"backup.cartograph"_s)));
+    newFolder(u"a.cartograph"_s);
+    EXPECT_EQ(resolved(data), package + u" (stale)"_s);
+}
+
+TEST_F(NSURLBookmarks, FollowARenamedFolderRatherThanTheOneThatHasItsNameNow)
+{
+    const QString folder = newFolder(u"Maps"_s);
+    const QByteArray data = bookmark(folder);
+    EXPECT_TRUE(QDir().rename(folder, path(u"Old Maps"_s)));
+    newFolder(u"Maps"_s);
+    EXPECT_EQ(resolved(data), path(u"Old Maps"_s) + u" (stale)"_s);
+}
+
+TEST_F(NSURLBookmarks, FindAFolderThatWasDeletedAndMadeAnew)
+{
+    const QString folder = newFolder(u"Maps"_s);
+    const QByteArray data = bookmark(folder);
+    newFolder(u"other"_s);
+    EXPECT_TRUE(QDir().rmdir(folder));
+    EXPECT_TRUE(QDir().rename(path(u"other"_s), folder)); // Its number is another one for certain.
+    EXPECT_EQ(resolved(data), folder + u" (stale)"_s);
+}
+
+TEST_F(NSURLBookmarks, DoNotFollowALinkOnTheWayThatLeadsElsewhereNow)
+{
+    newFile(u"old/a.txt"_s);
+    newFile(u"new/a.txt"_s);
+    EXPECT_TRUE(QFile::link(path(u"old"_s), path(u"link"_s)));
+    const QByteArray data = bookmark(path(u"link/a.txt"_s));
+    EXPECT_TRUE(QFile::remove(path(u"link"_s)));
+    EXPECT_TRUE(QFile::link(path(u"new"_s), path(u"link"_s)));
+    EXPECT_EQ(resolved(data), gone);
+}
+
+TEST_F(NSURLBookmarks, FindAnItemByAnotherOfItsNamesInTheFolder)
+{
+    const QString file = newFile(u"a.txt"_s);
+    const QByteArray data = bookmark(file);
+    EXPECT_EQ(::link(QFile::encodeName(file).constData(), QFile::encodeName(path(u"b.txt"_s)).constData()),
+              0);
+    EXPECT_EQ(resolved(data), file);
+    EXPECT_TRUE(QFile::remove(file));
+    EXPECT_EQ(resolved(data), path(u"b.txt"_s) + u" (stale)"_s);
 }
 
 TEST_F(NSURLBookmarks, FindTheSavedFileRatherThanTheBackupThatTheOldOneBecame)
@@ -241,6 +234,18 @@ TEST_F(NSURLBookmarks, FindAnItemInAHomeFolderThatHasMoved)
     EXPECT_EQ(resolved(data), gone);
     qputenv("HOME", path(u"moved"_s).toUtf8());
     EXPECT_EQ(resolved(data), path(u"moved/Maps/a.txt"_s) + u" (stale)"_s);
+}
+
+TEST_F(NSURLBookmarks, DoNotTakeAnotherFileAtTheSamePathInANewHomeFolder)
+{
+    qputenv("HOME", newFolder(u"home"_s).toUtf8());
+    const QByteArray data = bookmark(newFile(u"home/Maps/a.txt"_s));
+    EXPECT_TRUE(QDir().rename(path(u"home"_s), path(u"elsewhere"_s)));
+    newFile(u"new/Maps/a.txt"_s);
+    qputenv("HOME", path(u"new"_s).toUtf8());
+    EXPECT_EQ(resolved(data), gone);
+    const RefusedCall withoutHandles(RefusedCall::NameToHandle);
+    EXPECT_EQ(resolved(data), gone);
 }
 
 TEST_F(NSURLBookmarks, FindARenamedOrSavedItemInAHomeFolderThatHasMoved)
@@ -370,19 +375,25 @@ TEST_F(NSURLBookmarks, FailForAPathThatIsTooLongForTheSystem)
     EXPECT_EQ(error.code(), ENAMETOOLONG);
 }
 
-TEST_F(NSURLBookmarks, FailForAnItemThatTheUserMayNotLookAt)
+TEST_F(NSURLBookmarks, AreNotMadeOfAnItemThatTheUserMayNotLookAt)
 {
-    EXPECT_TRUE(QDir().mkpath(path(u"closed"_s)));
     const QString file = newFile(u"closed/a.txt"_s);
-    const QByteArray data = bookmark(file);
     EXPECT_TRUE(QFile::setPermissions(path(u"closed"_s), {}));
     EXPECT_TRUE(resultInUnprivilegedChild(path(u"."_s), [&] {
         NSError error;
         return !NSURL::bookmarkDataWithOptions(NSURL::fileURLWithPath(file), readWrite, &error)
-               && error.code() == EACCES && resolved(data) == gone;
+               && error.code() == EACCES;
     }));
     EXPECT_TRUE(
         QFile::setPermissions(path(u"closed"_s), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+}
+
+TEST_F(NSURLBookmarks, TakeLocalhostForThisMachine)
+{
+    const QString file = newFile(u"a.txt"_s);
+    const auto data = NSURL::bookmarkDataWithOptions(QUrl(u"file://localhost"_s + file), readWrite);
+    ASSERT_TRUE(data);
+    EXPECT_EQ(resolved(*data), file);
 }
 
 TEST_F(NSURLBookmarks, FailForURLsThatAreNoFiles)
@@ -425,6 +436,27 @@ TEST_F(NSURLBookmarks, OnAFileSystemWithoutHandlesDoNotTakeAnItemForARenamedOneB
     const QByteArray data = bookmark(file);
     EXPECT_TRUE(QFile::rename(file, path(u"b.txt"_s)));
     EXPECT_EQ(resolved(data), gone);
+}
+
+TEST_F(NSURLBookmarks, OnAFileSystemWithoutHandlesFindAFolderThatWasMadeAnew)
+{
+    const RefusedCall withoutHandles(RefusedCall::NameToHandle);
+    const QString folder = newFolder(u"Maps"_s);
+    const QByteArray data = bookmark(folder);
+    newFolder(u"other"_s);
+    EXPECT_TRUE(QDir().rmdir(folder));
+    EXPECT_TRUE(QDir().rename(path(u"other"_s), folder));
+    EXPECT_EQ(resolved(data), folder + u" (stale)"_s);
+}
+
+TEST_F(NSURLBookmarks, OnAFileSystemWithoutHandlesFindAnItemInAHomeFolderThatHasMoved)
+{
+    const RefusedCall withoutHandles(RefusedCall::NameToHandle);
+    qputenv("HOME", newFolder(u"home"_s).toUtf8());
+    const QByteArray data = bookmark(newFile(u"home/a.txt"_s));
+    EXPECT_TRUE(QDir().rename(path(u"home"_s), path(u"moved"_s)));
+    qputenv("HOME", path(u"moved"_s).toUtf8());
+    EXPECT_EQ(resolved(data), path(u"moved/a.txt"_s) + u" (stale)"_s);
 }
 
 TEST_F(NSURLBookmarks, OnAFileSystemWithNeitherHandlesNorBirthDatesFindAnItemUnderItsPath)

@@ -1,4 +1,5 @@
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -48,6 +49,16 @@ int show(const char *folder)
     return requests;
 }
 
+enum class Answer { Nonsense, Missing, None };
+
+Answer answerNamed(const std::string &name)
+{
+    if (name == "nonsense")
+        return Answer::Nonsense;
+    require(name == "missing" || name == "none", "the kind of answer");
+    return name == "missing" ? Answer::Missing : Answer::None;
+}
+
 template <typename Contents>
 void reply(int requests, const fuse_in_header &request, const Contents &contents)
 {
@@ -60,8 +71,16 @@ void reply(int requests, const fuse_in_header &request, const Contents &contents
     [[maybe_unused]] const ssize_t written = ::write(requests, &message, sizeof message);
 }
 
-/*! Answers that it is there and a folder, and everything else with nonsense. */
-void serve(int requests)
+void replyMissing(int requests, const fuse_in_header &request)
+{
+    const fuse_out_header head{sizeof head, -ENOENT, request.unique};
+    require(::write(requests, &head, sizeof head) == sizeof head, "reply");
+}
+
+/*! Answers that it is there and a folder, and everything else as it is told; the log gets a byte for each of
+   the latter.
+*/
+void serve(int requests, Answer answer, std::ofstream log)
 {
     static std::array<char, FUSE_MIN_READ_BUFFER + 131'072> buffer;
     while (::read(requests, buffer.data(), buffer.size()) > 0) {
@@ -81,28 +100,35 @@ void serve(int requests)
             root.attr.uid = ::getuid();
             root.attr.gid = ::getgid();
             reply(requests, request, root);
-        } else if (request.opcode != FUSE_FORGET && request.opcode != FUSE_BATCH_FORGET) {
+        } else if (request.opcode != FUSE_FORGET && request.opcode != FUSE_BATCH_FORGET
+                   && request.opcode != FUSE_INTERRUPT) {
+            log << '.' << std::flush;
             std::array<char, sizeof(fuse_entry_out)> nonsense;
             nonsense.fill('\xa5');
-            reply(requests, request, nonsense);
+            if (answer == Answer::Nonsense)
+                reply(requests, request, nonsense);
+            else if (answer == Answer::Missing)
+                replyMissing(requests, request);
         }
     }
 }
 
 } // namespace
 
-/*! NonsensePortal FOLDER COMMAND [ARGUMENT…] runs a command that sees, at a folder, a file system which talks
-    nonsense.
+/*! NonsensePortal ANSWER LOG FOLDER COMMAND [ARGUMENT…] runs a command that sees, at a folder, a file system
+   of this program's. It answers with nonsense ("nonsense"), that nothing is there ("missing"), or reads what
+   it is asked and never answers ("none"). The log is a file that gets a byte for each such answer.
 */
 int main(int argc, char **argv)
 {
-    require(argc > 2, "arguments");
+    require(argc > 4, "arguments");
     leaveMounts();
-    const int requests = show(argv[1]);
-    std::thread(serve, requests).detach();
+    const Answer answer = answerNamed(argv[1]);
+    const int requests = show(argv[3]);
+    std::thread(serve, requests, answer, std::ofstream(argv[2])).detach();
     const pid_t command = ::fork();
     if (command == 0) {
-        ::execvp(argv[2], argv + 2);
+        ::execvp(argv[4], argv + 4);
         ::_exit(127);
     }
     int status = 0;
