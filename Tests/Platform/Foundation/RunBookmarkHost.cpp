@@ -6,6 +6,16 @@
 
 using namespace Qt::StringLiterals;
 
+RunningBookmarkHost::~RunningBookmarkHost()
+{
+    if (m_answered > 0)
+        return;
+    // It may still be starting, and a sandbox that is killed then leaves a process that waits for it for
+    // ever.
+    m_program.endInput();
+    m_program.exitStatus();
+}
+
 QString RunningBookmarkHost::answer(const QString &command)
 {
     m_program.write(command.toUtf8() + '\n');

@@ -14,6 +14,9 @@ public:
     explicit RunningBookmarkHost(const QStringList &command)
         : m_program(command)
     { }
+    ~RunningBookmarkHost();
+    RunningBookmarkHost(const RunningBookmarkHost &) = delete;
+    RunningBookmarkHost &operator=(const RunningBookmarkHost &) = delete;
 
     /*! Tells it a command, and waits for the answer. */
     QString answer(const QString &command);
