@@ -40,7 +40,7 @@ NSPredicate::NSPredicate(const QString &key, bool isPath, const QVariant &consta
 bool NSPredicate::evaluateWithObject(NSManagedObject &object) const
 {
     const QVariant value = object.valueForKey(m_key);
-    return (m_isPath ? pathOf(value) : value) == m_constant;
+    return m_isPath ? pathOf(value) == m_constant : value == m_constant;
 }
 
 } // namespace Marblewick

@@ -1,5 +1,5 @@
-// Does what standard input says, a command a line, and answers each with a line: "open" and a URL, whether
-// the user has to be asked for it, "ask" or "no"; "open-read-only", the same for reading; "grant",
+// Does what standard input says, a command a line, and answers each with a line: "start"; "open" and a URL,
+// whether the user has to be asked for it, "ask" or "no"; "open-read-only", the same for reading; "grant",
 // "grant-read-only" and "forget". Keeps grants in the home folder.
 
 #include <Marblewick/MBWSandboxManager.h>
@@ -26,6 +26,8 @@ public:
 
 std::string answer(const std::string &command, const QUrl &url)
 {
+    if (command == "start")
+        return "started";
     MBWSandboxManager *const manager = MBWSandboxManager::sharedManager<GrantManager>();
     if (command == "open")
         return manager->appNeedsToObtainPermissionToAccessURL(url) ? "ask" : "no";

@@ -160,6 +160,20 @@ TEST_F(SandboxDecision, AnItemThatDoesNotExistNeedsNoPermission)
     EXPECT_FALSE(asks(manager(), QUrl()));
 }
 
+TEST_F(SandboxDecision, AURLThatLeadsToNoFileNeedsNoPermissionAndIsNoGrant)
+{
+    newFile(u"Iceland.map"_s);
+    const CapturedStandardError log;
+    for (const QUrl &url : {QUrl(u"https://example.com"_s + path(u"Iceland.map"_s)), QUrl(u"Iceland.map"_s),
+                            QUrl(url(u"Iceland.map"_s).toString() + u"%00"_s), url(QString(5000, u'a')),
+                            url(u"a/"_s.repeated(3000))}) {
+        EXPECT_FALSE(asks(manager(), url));
+        manager()->appDidObtainPermissionToAccessURL(url);
+    }
+    EXPECT_EQ(storedBookmarks(), std::vector<StoredBookmark>());
+    EXPECT_EQ(log.text().count(u"Cannot start accessing just created security scoped URL: "_s), 5);
+}
+
 TEST_F(SandboxDecision, AnItemThatWasNotGrantedNeedsPermission)
 {
     EXPECT_TRUE(asks(manager(), newFile(u"Iceland.map"_s)));

@@ -16,6 +16,12 @@ protected:
         DocumentsPortalTest::SetUp();
     }
 
+    /*! Launches the host and waits until it runs; it has no manager yet. */
+    void launchAndWait()
+    {
+        launch();
+        EXPECT_EQ(host->answer(u"start"_s), u"started"_s);
+    }
     QString tell(const QString &command, const QString &url) { return host->answer(command + u' ' + url); }
     bool asks(const QString &url) { return tell(u"open"_s, url) == u"ask"_s; }
     bool asksForReading(const QString &url) { return tell(u"open-read-only"_s, url) == u"ask"_s; }
@@ -118,7 +124,7 @@ TEST_F(SandboxedHost, LosesNoGrantWhereThePortalIsAwayAndAsksForNone)
     const QString folder = grantedFolder();
     grant(file);
     grant(url(folder, u"Atlas"_s));
-    launch();
+    launchAndWait();
     portal->end();
     EXPECT_FALSE(asks(file));
     EXPECT_FALSE(asks(url(folder, u"Atlas"_s)));
@@ -134,7 +140,7 @@ TEST_F(SandboxedHost, WaitsOnceAndBrieflyForAPortalThatDoesNotAnswerAndLosesNoGr
     const QString folder = grantedFolder();
     grant(file);
     grant(url(folder, u"Atlas"_s));
-    launch();
+    launchAndWait();
     portal->stop();
     QElapsedTimer timer;
     timer.start();
