@@ -1,10 +1,15 @@
 #include "Tests/Sandbox/SandboxTest.h"
 
+#include <Marblewick/NSWorkspace.h>
+
 #include <QFile>
 
+#include <cstdlib>
 #include <thread>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using namespace Marblewick;
 using ::testing::HasSubstr;
 
 namespace {
@@ -292,6 +297,19 @@ TEST_F(SandboxDecision, AFilePackageIsAFile)
     EXPECT_EQ(scope.started, QList<QUrl>{package});
     EXPECT_FALSE(asks(later.get(), inside)) << "its folder is the package";
     EXPECT_TRUE(asks(later.get(), newFile(u"Atlas.application"_s))) << "no folder's path is compared here";
+}
+
+TEST_F(SandboxDecision, WhatIsAPackageIsKnownToTheEndOfTheProcessForAThreadThatWasHeldUp)
+{
+    static const QString package = path(u"Map.atlas"_s);
+    newFolder(u"Map.atlas"_s);
+    const auto endProcess = [] {
+        // Called after all that the first use of the workspace leaves to be done at the end.
+        std::atexit([] { ::_exit(NSWorkspace::sharedWorkspace()->isFilePackageAtPath(package) ? 0 : 1); });
+        NSWorkspace::sharedWorkspace()->addFilePackageExtension(u"atlas"_s);
+        std::exit(2);
+    };
+    EXPECT_EXIT(endProcess(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(SandboxDecision, AskingForAFileThatWasNotGrantedLooksWhereAllRecordsLeadToNow)

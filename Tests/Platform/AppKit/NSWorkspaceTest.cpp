@@ -6,7 +6,6 @@
 
 #include <QDir>
 
-#include <cstdlib>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -93,19 +92,6 @@ TEST_F(NSWorkspaceTest, AFolderWithTheStructureOfAnAppDirIsAPackage)
     EXPECT_TRUE(isPackage(u"Map"_s));
     makeFile(u"Other/map.desktop"_s);
     EXPECT_FALSE(isPackage(u"Other"_s));
-}
-
-TEST_F(NSWorkspaceTest, TheWorkspaceOutlivesTheEndOfTheProcess)
-{
-    makeFolder(u"Map.atlas"_s);
-    static const QString package = path(u"Map.atlas"_s);
-    const auto endProcess = [] {
-        // What was registered before the first use is called after everything that this use registers.
-        std::atexit([] { ::_exit(NSWorkspace::sharedWorkspace()->isFilePackageAtPath(package) ? 0 : 1); });
-        NSWorkspace::sharedWorkspace()->addFilePackageExtension(u"atlas"_s);
-        std::exit(2);
-    };
-    EXPECT_EXIT(endProcess(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(NSWorkspaceTest, AFrameworkIsAFolderWhateverIsInIt)
