@@ -110,10 +110,12 @@ QList<MBWSandboxPersistedBookmark *> MBWSandboxManager::fetchBookmarks(
 
 bool MBWSandboxManager::saveStoreFile(NSError *error)
 {
-    NSManagedObjectContext *const context = managedObjectContext();
+    if (isNil())
+        return false;
     const auto isUnresolvable = NSPredicate::predicateWithFormat(u"isUnresolvable == YES"_s);
     for (auto *const bookmark : fetchBookmarks(u"Error fetching unresolveable bookmarks: %@", isUnresolvable))
-        context->deleteObject(bookmark);
+        managedObjectContext()->deleteObject(bookmark);
+    NSManagedObjectContext *const context = managedObjectContext();
     NSError failure;
     if (context && context->save(&failure))
         return true;

@@ -62,18 +62,24 @@ bool MBWSandboxManager::initialize()
     return true;
 }
 
-QSet<QUrl> MBWSandboxManager::entitledDirectoryURLs() const { return d->entitledDirectoryURLs; }
+QSet<QUrl> MBWSandboxManager::entitledDirectoryURLs() const
+{
+    return isNil() ? QSet<QUrl>() : d->entitledDirectoryURLs.load();
+}
 
-void MBWSandboxManager::setEntitledDirectoryURLs(const QSet<QUrl> &urls) { d->entitledDirectoryURLs = urls; }
+void MBWSandboxManager::setEntitledDirectoryURLs(const QSet<QUrl> &urls)
+{
+    d->entitledDirectoryURLs.store(urls);
+}
 
 QSet<QUrl> MBWSandboxManager::readOnlyEntitledDirectoryURLs() const
 {
-    return d->readOnlyEntitledDirectoryURLs;
+    return isNil() ? QSet<QUrl>() : d->readOnlyEntitledDirectoryURLs.load();
 }
 
 void MBWSandboxManager::setReadOnlyEntitledDirectoryURLs(const QSet<QUrl> &urls)
 {
-    d->readOnlyEntitledDirectoryURLs = urls;
+    d->readOnlyEntitledDirectoryURLs.store(urls);
 }
 
 QList<QUrl> MBWSandboxManager::additionalEntitledDirectoryURLs() const { return {}; }
@@ -82,7 +88,7 @@ bool MBWSandboxManager::entitledURLsContainsURL(const QUrl &url, bool readOnly) 
 {
     const QString path = NSURL::path(url);
     return hasPrefix(path, NSHomeDirectory()) || anyIsPrefix(additionalEntitledDirectoryURLs(), path)
-           || anyIsPrefix(readOnly ? d->readOnlyEntitledDirectoryURLs : d->entitledDirectoryURLs, path);
+           || anyIsPrefix(readOnly ? readOnlyEntitledDirectoryURLs() : entitledDirectoryURLs(), path);
 }
 
 bool MBWSandboxManager::appNeedsToObtainPermissionToAccessURL(const QUrl &url)
@@ -124,7 +130,8 @@ bool MBWSandboxManager::needsPermissionToAccessFile(const QUrl &url, bool readOn
 {
     // Without the slash at its end, with which it would not match itself as a package that was granted.
     const QUrl folder = NSURL::fileURLWithPath(NSURL::path(NSURL::URLByDeletingLastPathComponent(url)));
-    const bool isRoot = folder == url; // As a package, it would be its own folder for ever.
+    // The folder of "/" is "/" again, and is no folder where it has the marks of a package.
+    const bool isRoot = folder == url;
     if (!isRoot && !appNeedsToObtainPermissionToAccessURLReadOnly(folder, readOnly))
         return false;
     if (d->accessedURLs.urlThatMatches(url))
@@ -188,7 +195,6 @@ void MBWSandboxManager::removePersistedBookmarkForURL(const QUrl &url)
     d->accessedURLs.remove(url);
     NSURL::stopAccessingSecurityScopedResource(url);
     saveStoreFile();
-    Q_EMIT persistedBookmarkRemoved(url);
 }
 
 void MBWSandboxManager::closeAllSecureBookmarks()

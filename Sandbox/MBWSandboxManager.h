@@ -30,8 +30,11 @@ class NSPersistentStoreCoordinator;
 
         class AtlasSandbox : public MBWSandboxManager
         {
-            std::optional<QUrl> storeFileURL() const override { return
-   m_folder.resolved(QUrl("Grants.store")); } …
+        public:
+            std::optional<QUrl> storeFileURL() const override
+            {
+                return QUrl::fromLocalFile(Marblewick::NSHomeDirectory() + "/Atlas.grants");
+            }
         };
 
         auto *const sandbox = MBWSandboxManager::sharedManager<AtlasSandbox>();
@@ -41,8 +44,8 @@ class NSPersistentStoreCoordinator;
         }
 
     A URL's path counts as it is written: symbolic links are not resolved, and case counts. "Begins with"
-   below compares paths character by character, whatever the names of folders: what begins with /maps is also
-    /mapsOfMars. Everything here is about file URLs; main thread only.
+    below compares paths character by character, whatever the names of folders: what begins with /maps is
+    also /mapsOfMars. Everything here is about file URLs; main thread only, where nothing else is said.
 */
 class MARBLEWICK_CORE_EXPORT MBWSandboxManager : public QObject
 {
@@ -57,8 +60,8 @@ public:
         while it is made, and must not ask for the shared manager themselves.
 
         Where URLs have no security scope there is none, and the next call tries again. What is returned then
-        stands for nil and is no null pointer: its functions do nothing and answer false or nil, so a host
-        never asks its user there.
+        stands for nil and is no null pointer: its functions do nothing and answer false, nil or nothing, so a
+        host never asks its user there.
     */
     template <std::derived_from<MBWSandboxManager> Manager = MBWSandboxManager>
     static MBWSandboxManager *sharedManager()
@@ -69,7 +72,8 @@ public:
     /*! A manager that knows the grants in its store, each of which was resolved; it has started access to
         none. Null where URLs have no security scope.
 
-        New grants go into the store of the shared manager, so a host has no use for another one.
+        A host has no use for one beside the shared manager: what is granted through it becomes a record of
+        the shared one, so that it neither saves that nor can take it back.
     */
     template <std::derived_from<MBWSandboxManager> Manager = MBWSandboxManager>
     static std::unique_ptr<Manager> init()
@@ -119,7 +123,7 @@ public:
     void closeAllSecureBookmarks();
 
     /*! Folders that the host may read and write, and those that it may read, without a grant; empty at first.
-        The framework sets neither. A folder for both has to be in both.
+        The framework sets neither. A folder for both has to be in both. Any thread.
     */
     QSet<QUrl> entitledDirectoryURLs() const;
     void setEntitledDirectoryURLs(const QSet<QUrl> &urls);
@@ -147,19 +151,13 @@ public:
     Marblewick::NSPersistentStoreCoordinator *persistentStoreCoordinator();
     Marblewick::NSManagedObjectContext *managedObjectContext();
 
-Q_SIGNALS:
-    /*! A grant was taken back: by the host, because access to the item could not be started, or because it
-        could not be remembered.
-    */
-    void persistedBookmarkRemoved(const QUrl &url);
-
 protected:
     /*! A manager that stands for nil until init() has initialised it. */
     MBWSandboxManager();
 
     /*! Writes all changes of the context, without the records that can no longer be resolved: those are
         deleted first. False, with `error` set and a line in the process log, where they cannot be written;
-        they then stay in the context.
+        they then stay in the context. Nothing else sets `error`.
     */
     bool saveStoreFile(Marblewick::NSError *error = nullptr);
 

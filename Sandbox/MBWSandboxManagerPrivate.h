@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/CoreData/NSManagedObjectContext.h"
+#include "Platform/Foundation/Atomic.h"
 #include "Sandbox/FileURLSet.h"
 #include "Sandbox/MBWSandboxManager.h"
 
@@ -11,8 +12,8 @@ struct MBWSandboxManager::Private
     FileURLSet allowedFileURLs; ///< what was granted, in this launch or an earlier one
     FileURLSet allowedDirectoryURLs;
     FileURLSet accessedURLs; ///< what can be used without starting access
-    QSet<QUrl> entitledDirectoryURLs;
-    QSet<QUrl> readOnlyEntitledDirectoryURLs;
+    Marblewick::Atomic<QSet<QUrl>> entitledDirectoryURLs;
+    Marblewick::Atomic<QSet<QUrl>> readOnlyEntitledDirectoryURLs;
     const Marblewick::NSFileManager *fileManager = nullptr; ///< null until the manager is initialised
 
     std::shared_ptr<const Marblewick::NSManagedObjectModel> managedObjectModel;

@@ -18,8 +18,11 @@ class MARBLEWICK_CORE_EXPORT MBWSandboxPersistedBookmark : public Marblewick::NS
 public:
     using NSManagedObject::NSManagedObject;
 
-    /*! A new record of an item that can be accessed now, not saved yet, in the context of the shared manager.
-        Null where that has no context or, with a line in the process log, where no bookmark can be made.
+    /*! A new record of an item that can be accessed now, not saved yet, in the context of the shared
+        manager, which owns it: the pointer is valid until the record's deletion is saved. Null where that
+        has no context or, with a line in the process log, where no bookmark can be made.
+
+        Where nobody has asked for the shared manager yet, this makes it, of the base class.
     */
     static MBWSandboxPersistedBookmark *insertBookmarkForURL(const QUrl &url, bool isReadOnly);
 
@@ -27,7 +30,10 @@ public:
     QByteArray data() const;
     void setData(const QByteArray &data);
 
-    /*! Whether the item was a folder, and no file package, when it was granted. */
+    /*! Whether the item was a folder, and no file package, when it was granted. A document of a documents
+        portal that gave no answer then counts as a file: the grant of a folder does not cover what is in
+        it until the user is asked for the folder again, but no grant covers more than was granted.
+    */
     bool isDirectory() const;
     void setDirectory(bool isDirectory);
 
@@ -46,8 +52,8 @@ public:
     void setUnresolvable(bool isUnresolvable);
 
     /*! The item's URL, looked for now and kept in memory, but not in the store. Where one is kept and cannot
-       be reached, that one is returned and nothing is looked for. Where the item is not found, the log says
-       so, and the result is the URL that is kept, or nil.
+        be reached, that one is returned and nothing is looked for. Where the item is not found, the log says
+        so, and the result is the URL that is kept, or nil.
 
         Access is not started.
     */

@@ -17,7 +17,7 @@ struct Item
 {
     QString name; ///< in the user's folder
     bool isAskedFor;
-    const char *reason;
+    const char *reason; ///< of that
 };
 
 /*! A host that may open what is in its own home folder, and a user who has maps elsewhere. */
@@ -45,7 +45,7 @@ public:
     }
 
     /*! Launches the host, to which something may happen first, and has it open items; false where it does not
-       decide as it should.
+        decide as it should.
     */
     bool launch(const QStringList &events, const QList<Item> &items) const
     {
@@ -56,10 +56,11 @@ public:
         bool isAsExpected = answers.size() == items.size();
         for (qsizetype i = 0; i < answers.size() && i < items.size(); ++i) {
             const bool isAskedFor = answers[i] == "ask"_L1;
+            const bool isRight = isAskedFor == items[i].isAskedFor;
             say(u"   %1  %2 %3"_s.arg(QDir::cleanPath(u"user/"_s + items[i].name), -22)
                     .arg(isAskedFor ? u"ask the user:"_s : u"do not ask: "_s)
-                    .arg(QLatin1StringView(items[i].reason)));
-            isAsExpected = isAsExpected && isAskedFor == items[i].isAskedFor;
+                    .arg(QLatin1StringView(isRight ? items[i].reason : "unexpected")));
+            isAsExpected = isAsExpected && isRight;
         }
         if (!isAsExpected)
             say(u"   Unexpected: the host decided otherwise, or not at all."_s);
@@ -155,9 +156,22 @@ bool revoke(const SandboxedHost &host)
                         {u"Greenland.map"_s, false, "it was granted in an earlier launch"}});
 }
 
+bool refuse(const SandboxedHost &host)
+{
+    say(u"\n6. The system refuses Greenland.map to the host."_s);
+    if (!host.launch(
+            {u"refuse"_s, host.path(u"Greenland.map"_s)},
+            {{u"Greenland.map"_s, true, "access to it was refused, so that its grant is worth nothing"}}))
+        return false;
+    say(u"\n   The system no longer does. The user grants the file anew."_s);
+    return host.launch({}, {{u"Greenland.map"_s, true, "its grant was forgotten when access was refused"}})
+           && host.launch({u"choose"_s, host.path(u"Greenland.map"_s)},
+                          {{u"Greenland.map"_s, false, "it was just granted"}});
+}
+
 bool damage(const SandboxedHost &host)
 {
-    say(u"\n6. The store is damaged. It is thrown away, and a new one takes its place."_s);
+    say(u"\n7. The store is damaged. It is thrown away, and a new one takes its place."_s);
     SandboxedHost::write(host.storePath(), "no store any more");
     const bool isAskedAgain = host.launch({}, {{u"Greenland.map"_s, true, "all grants were lost"}});
     host.listStore();
@@ -171,5 +185,5 @@ bool playSandboxScene()
     say(u"\n== A sandboxed host remembers what it may open =="_s);
     const SandboxedHost host;
     return grantFileAndFolder(host) && launchAgain(host) && renameAndDelete(host) && revoke(host)
-           && damage(host);
+           && refuse(host) && damage(host);
 }

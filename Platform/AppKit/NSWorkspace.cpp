@@ -53,8 +53,9 @@ bool isAppDir(const QString &folder)
 
 NSWorkspace *NSWorkspace::sharedWorkspace()
 {
-    static NSWorkspace workspace;
-    return &workspace;
+    // Never destroyed: a thread that hung in a file system may go on while the process ends.
+    static auto *const workspace = new NSWorkspace;
+    return workspace;
 }
 
 bool NSWorkspace::isFilePackageAtPath(const QString &fullPath) const

@@ -1,8 +1,8 @@
 #include "Platform/CoreData/NSPersistentStoreCoordinator.h"
 
 #include "Platform/CoreData/StoreError.h"
+#include "Platform/Foundation/Bookmarks/FilePath.h"
 #include "Platform/Foundation/NSFileManager.h"
-#include "Platform/Foundation/NSURL.h"
 #include "Platform/Foundation/Plugin.h"
 
 #include <cerrno>
@@ -38,8 +38,12 @@ private:
     const StoreFailure m_failure;
 };
 
-/*! The path of a file URL; empty for another one. */
-QString pathOf(const QUrl &url) { return url.isLocalFile() ? NSURL::path(url) : QString(); }
+/*! Empty where the URL is not that of an absolute path on this machine. */
+QString pathOf(const QUrl &url)
+{
+    const std::optional<QByteArray> path = filePath(url, nullptr);
+    return path ? NSFileManager::stringWithFileSystemRepresentation(*path) : QString();
+}
 
 std::unique_ptr<PersistentStore> openSQLiteStore(const NSManagedObjectModel &model, const QString &path,
                                                  StoreOptions options, StoreFailure &failure)
@@ -77,7 +81,7 @@ bool NSPersistentStoreCoordinator::addPersistentStoreWithType(const QString &typ
         return refuse(u"There is no such type or configuration of stores."_s);
     if (m_store)
         return refuse(u"A store is open already."_s);
-    if (!path.startsWith(u'/'))
+    if (path.isEmpty())
         return refuse(u"The URL of the store is not one of a file."_s);
 
     StoreFailure failure;

@@ -41,16 +41,17 @@ public:
     /*! Null where it was made with none: there are no entities then, and a store cannot be added. */
     const std::shared_ptr<const NSManagedObjectModel> &managedObjectModel() const { return m_model; }
 
-    /*! Opens the store at a file URL, or creates it where there is no file or an empty one.
+    /*! Opens the store at the URL of an absolute path on this machine, or creates it where there is no
+        file or an empty one.
 
-        False, with `error` set (CoreDataErrors.h), where the file is no store of this model and cannot become
-        one: damaged, another program's, of a newer layout, unreadable, not a file. The file is left as it is.
-        A creation that fails leaves no file behind.
+        False, with `error` set (CoreDataErrors.h), where the file is no store of this model and cannot
+        become one: damaged, another program's, of a newer layout, unreadable, not a file. The file is left
+        as it is. A creation that fails leaves no file behind.
 
         What says nothing against the file is no reason to fail, since a host deletes what is none: a store
-        that another process has locked, an older layout that cannot be migrated because the disk is full or
-        the file is read-only, or a want of file descriptors or of the plugin. The store is open then; fetches
-        and saves report what is still in the way.
+        that another process has locked, an older layout that cannot be migrated because the disk is full
+        or the file is read-only, or a want of file descriptors or of the plugin. The store is open then;
+        fetches and saves report what is still in the way.
 
         There is one type and one configuration, which has no name. A coordinator has at most one store.
     */
@@ -59,7 +60,8 @@ public:
                                     NSError *error = nullptr);
 
     /*! Deletes the file of a store, then its journal, which would be applied to the next file of that name.
-        False, with `error` set, where there is no file or it cannot be deleted; a folder is no file.
+        False, with `error` set, where there is no file or it cannot be deleted; a folder is no file. Nothing
+        is deleted for a URL at which no store can be added.
     */
     static bool destroyPersistentStoreAtURL(const QUrl &url, NSError *error = nullptr);
 

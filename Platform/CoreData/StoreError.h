@@ -5,8 +5,7 @@
 
 namespace Marblewick {
 
-/*! Stores in `error`, where it is asked for, why the store at a path failed. Returns false, as its callers
- * do. */
+/*! Stores in `error`, where it is asked for, why the store at a path failed. Returns false. */
 inline bool fail(NSError *error, const StoreFailure &failure, const QString &path)
 {
     if (error) {

@@ -1,8 +1,15 @@
 #include "Tests/Sandbox/SandboxTest.h"
 
+#include <Marblewick/NSWorkspace.h>
+
 #include <QFile>
 
+#include <cstdlib>
+#include <thread>
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
+using namespace Marblewick;
 using ::testing::HasSubstr;
 
 namespace {
@@ -79,6 +86,48 @@ TEST_F(SandboxDecision, AFolderEntitlesToWhateverPathBeginsWithItsOwnWithoutRega
     EXPECT_FALSE(manager()->appNeedsToObtainPermissionToAccessURL(file));
     manager()->setEntitledDirectoryURLs({url(u"data"_s)});
     EXPECT_TRUE(manager()->appNeedsToObtainPermissionToAccessURL(file));
+}
+
+TEST_F(SandboxDecision, TheEntitledFoldersAreReadAndReplacedByAnyThreadEachAsAWhole)
+{
+    const QSet<QUrl> one{url(u"Library"_s)};
+    const QSet<QUrl> other{url(u"Data"_s), url(u"Public"_s)};
+    MBWSandboxManager *const shared = manager();
+    shared->setEntitledDirectoryURLs(one);
+    shared->setReadOnlyEntitledDirectoryURLs(one);
+    std::thread thread([=] {
+        for (int i = 0; i < 10'000; ++i) {
+            shared->setEntitledDirectoryURLs(i % 2 == 0 ? other : one);
+            shared->setReadOnlyEntitledDirectoryURLs(i % 2 == 0 ? other : one);
+        }
+    });
+    int torn = 0;
+    for (int i = 0; i < 10'000; ++i) {
+        for (const auto &urls : {shared->entitledDirectoryURLs(), shared->readOnlyEntitledDirectoryURLs()})
+            torn += urls == one || urls == other ? 0 : 1;
+    }
+    thread.join();
+    EXPECT_EQ(torn, 0);
+}
+
+TEST_F(SandboxDecision, TheHomeFolderEntitlesToWhateverPathBeginsWithItsOwnWithoutRegardToNames)
+{
+    const QTemporaryDir beside(home.path() + u"2-XXXXXX"_s);
+    writeFile(beside.filePath(u"Iceland.map"_s), "map");
+    EXPECT_FALSE(asks(manager(), QUrl::fromLocalFile(beside.filePath(u"Iceland.map"_s))));
+}
+
+TEST_F(SandboxDecision, AnAdditionalFolderEntitlesToWhateverPathBeginsWithItsOwnWithoutRegardToNames)
+{
+    HostManager::additionalFolders = {newFolder(u"Data"_s)};
+    EXPECT_FALSE(asks(manager(), newFile(u"Data2/Iceland.map"_s)));
+    EXPECT_TRUE(asks(manager(), newFile(u"data2/Iceland.map"_s)));
+}
+
+TEST_F(SandboxDecision, AnEmptyHOMEEntitlesToNothingOutsideTheHomeFolder)
+{
+    qputenv("HOME", "");
+    EXPECT_TRUE(asks(manager(), newFile(u"Iceland.map"_s)));
 }
 
 TEST_F(SandboxDecision, AGrantedFolderCoversWhateverPathBeginsWithItsOwn)
@@ -200,8 +249,8 @@ TEST_F(SandboxDecision, TheURLOfAGrantedFileThatIsSpelledInAnotherWayIsNotThatFi
 
 TEST_F(SandboxDecision, AFolderToWhichAccessIsRefusedIsForgottenAndAskedFor)
 {
-    const QUrl folder = newFolder(u"Atlas"_s);
-    const QUrl file = newFile(u"Atlas/Iceland.map"_s);
+    const QUrl folder = newFolder(u"Käfer & Co"_s);
+    const QUrl file = newFile(u"Käfer & Co/Iceland.map"_s);
     manager()->appDidObtainPermissionToAccessURL(folder);
 
     RecordingScope scope;
@@ -210,7 +259,7 @@ TEST_F(SandboxDecision, AFolderToWhichAccessIsRefusedIsForgottenAndAskedFor)
     const auto later = nextLaunch();
     EXPECT_TRUE(later->appNeedsToObtainPermissionToAccessURL(file));
     EXPECT_THAT(log.text().toStdString(), HasSubstr("] Unable to obtain secure bookmark access for folder "
-                                                    + folder.toString().toStdString() + '\n'));
+                                                    + folder.toEncoded().toStdString() + '\n'));
     EXPECT_EQ(storedBookmarks(), std::vector<StoredBookmark>());
     EXPECT_EQ(scope.stopped, QList<QUrl>{folder});
     EXPECT_TRUE(later->appNeedsToObtainPermissionToAccessURL(folder));
@@ -219,7 +268,7 @@ TEST_F(SandboxDecision, AFolderToWhichAccessIsRefusedIsForgottenAndAskedFor)
 
 TEST_F(SandboxDecision, AFileToWhichAccessIsRefusedIsForgottenAndAskedFor)
 {
-    const QUrl file = newFile(u"Iceland.map"_s);
+    const QUrl file = newFile(u"Käfer & Co.map"_s);
     manager()->appDidObtainPermissionToAccessURL(file);
 
     RecordingScope scope;
@@ -228,7 +277,7 @@ TEST_F(SandboxDecision, AFileToWhichAccessIsRefusedIsForgottenAndAskedFor)
     const auto later = nextLaunch();
     EXPECT_TRUE(later->appNeedsToObtainPermissionToAccessURL(file));
     EXPECT_THAT(log.text().toStdString(), HasSubstr("] Unable to obtain secure bookmark access for file "
-                                                    + file.toString().toStdString() + '\n'));
+                                                    + file.toEncoded().toStdString() + '\n'));
     EXPECT_EQ(storedBookmarks(), std::vector<StoredBookmark>());
     EXPECT_EQ(scope.stopped, QList<QUrl>{file});
     EXPECT_TRUE(later->appNeedsToObtainPermissionToAccessURL(file));
@@ -248,6 +297,19 @@ TEST_F(SandboxDecision, AFilePackageIsAFile)
     EXPECT_EQ(scope.started, QList<QUrl>{package});
     EXPECT_FALSE(asks(later.get(), inside)) << "its folder is the package";
     EXPECT_TRUE(asks(later.get(), newFile(u"Atlas.application"_s))) << "no folder's path is compared here";
+}
+
+TEST_F(SandboxDecision, WhatIsAPackageIsKnownToTheEndOfTheProcessForAThreadThatWasHeldUp)
+{
+    static const QString package = path(u"Map.atlas"_s);
+    newFolder(u"Map.atlas"_s);
+    const auto endProcess = [] {
+        // Called after all that the first use of the workspace leaves to be done at the end.
+        std::atexit([] { ::_exit(NSWorkspace::sharedWorkspace()->isFilePackageAtPath(package) ? 0 : 1); });
+        NSWorkspace::sharedWorkspace()->addFilePackageExtension(u"atlas"_s);
+        std::exit(2);
+    };
+    EXPECT_EXIT(endProcess(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(SandboxDecision, AskingForAFileThatWasNotGrantedLooksWhereAllRecordsLeadToNow)
@@ -280,7 +342,7 @@ TEST_F(SandboxDecision, ARecordThatLeadsToTheFileIsNoGrantOfItByItself)
     EXPECT_TRUE(asks(manager(), file));
 }
 
-TEST_F(SandboxDecision, ARecordThatLeadsNowhereMatchesNoFileEither)
+TEST_F(SandboxDecision, AskingForAFileThatWasNotGrantedMarksARecordThatLeadsNowhere)
 {
     const QUrl gone = newFile(u"gone.map"_s);
     manager();

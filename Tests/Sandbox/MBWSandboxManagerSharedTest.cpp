@@ -78,6 +78,10 @@ TEST_F(SharedSandbox, CallsThroughNilDoNothingAndAnswerFalse)
     manager()->appDidObtainReadOnlyPermissionToAccessURL(file);
     manager()->removePersistedBookmarkForURL(file);
     manager()->closeAllSecureBookmarks();
+    manager()->setEntitledDirectoryURLs({file});
+    EXPECT_EQ(manager()->entitledDirectoryURLs(), QSet<QUrl>());
+    manager()->setReadOnlyEntitledDirectoryURLs({file});
+    EXPECT_EQ(manager()->readOnlyEntitledDirectoryURLs(), QSet<QUrl>());
     EXPECT_EQ(manager()->storeFileURL(), std::nullopt);
     EXPECT_EQ(manager()->additionalEntitledDirectoryURLs(), QList<QUrl>());
     EXPECT_EQ(manager()->managedObjectModel(), nullptr);
@@ -104,10 +108,36 @@ TEST_F(SharedSandbox, ThatIsNilIsTriedAgainByTheNextCall)
 
 TEST_F(SharedSandbox, AManagerThatAHostMadeItselfStandsForNil)
 {
+    const CapturedStandardError log;
     HostManager manager;
     EXPECT_TRUE(manager.isNil());
     manager.appDidObtainPermissionToAccessURL(newFile(u"Iceland.map"_s));
+    EXPECT_FALSE(manager.saveStoreFile());
     EXPECT_FALSE(QFile::exists(storePath()));
+    EXPECT_EQ(log.text(), QString());
+}
+
+TEST_F(SharedSandbox, KeepsTheEntitledFoldersThatTheConstructorOfItsClassHasSet)
+{
+    class EntitledManager : public MBWSandboxManager
+    {
+    public:
+        EntitledManager()
+        {
+            setEntitledDirectoryURLs({QUrl(u"file:///maps"_s)});
+            setReadOnlyEntitledDirectoryURLs({QUrl(u"file:///atlas"_s)});
+        }
+    };
+    const auto *const shared = MBWSandboxManager::sharedManager<EntitledManager>();
+    EXPECT_EQ(shared->entitledDirectoryURLs(), QSet<QUrl>{QUrl(u"file:///maps"_s)});
+    EXPECT_EQ(shared->readOnlyEntitledDirectoryURLs(), QSet<QUrl>{QUrl(u"file:///atlas"_s)});
+}
+
+TEST_F(SharedSandbox, IsMadeOfTheBaseClassByARecordThatIsInsertedBeforeAnybodyAsked)
+{
+    EXPECT_TRUE(MBWSandboxPersistedBookmark::insertBookmarkForURL(newFile(u"Iceland.map"_s), false));
+    EXPECT_FALSE(dynamic_cast<HostManager *>(manager()));
+    EXPECT_EQ(records(manager()).size(), 1);
 }
 
 TEST_F(SharedSandbox, StartsNoAccessAndSavesNothingWhenItIsMade)

@@ -1,6 +1,7 @@
 #include "Tests/Sandbox/SandboxTest.h"
 
 #include "Tests/Platform/CoreData/BookmarkStore.h"
+#include "Tests/Platform/CoreData/SmallDisk.h"
 #include "Tests/Support/ResourceLimit.h"
 #include "Tests/Support/UnprivilegedChild.h"
 
@@ -11,7 +12,9 @@
 #include <QFileInfo>
 
 #include <csignal>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using namespace Marblewick;
@@ -230,6 +233,59 @@ TEST_F(SandboxStore, WhosePlaceAFolderHasCannotBeRemovedAndIsTriedAgainAtEachUse
     EXPECT_EQ(storedBookmarks().size(), 1U);
 }
 
+TEST_F(SandboxStore, WhoseContextComesBackDuringASaveIsSaved)
+{
+    class RecoveringManager : public HostManager
+    {
+    public:
+        std::optional<QUrl> storeFileURL() const override
+        {
+            return refusals-- > 0 ? QUrl::fromLocalFile(QDir::rootPath()) : HostManager::storeFileURL();
+        }
+        mutable int refusals = 2;
+    };
+    {
+        BookmarkStore store(storePath());
+        store.insert(u"file:///gone"_s)->setValue(u"isUnresolvable"_s, true);
+        ASSERT_TRUE(store.save());
+    }
+    const CapturedStandardError log;
+    const auto manager = MBWSandboxManager::init<RecoveringManager>();
+    EXPECT_TRUE(manager->saveStoreFile());
+    EXPECT_THAT(log.text().toStdString(), HasSubstr("] Error fetching unresolveable bookmarks: (null)\n"));
+    EXPECT_EQ(storedBookmarks().size(), 1U);
+    EXPECT_TRUE(manager->saveStoreFile());
+    EXPECT_EQ(storedBookmarks().size(), 0U);
+}
+
+TEST_F(SandboxStore, AtARelativePathOrOnAnotherMachineIsDoneWithoutAndNothingIsDeleted)
+{
+    writeFile(home.path() + u"/Grants.store"_s, "precious");
+    ASSERT_TRUE(QDir::setCurrent(home.path()));
+    for (const QUrl &url :
+         {QUrl(u"file:Grants.store"_s), QUrl(u"file://server%1/Grants.store"_s.arg(home.path()))}) {
+        HostManager::store = url;
+        const CapturedStandardError log;
+        const auto manager = MBWSandboxManager::init<HostManager>();
+        EXPECT_FALSE(manager->saveStoreFile()) << qPrintable(url.toString());
+        EXPECT_THAT(log.text().toStdString(), HasSubstr("] Cannot remove secure bookmarks file "));
+        EXPECT_EQ(readFile(home.path() + u"/Grants.store"_s), "precious");
+    }
+}
+
+TEST_F(SandboxStore, OfAProcessWithoutFileDescriptorsIsNotThrownAwayAndIsReadLater)
+{
+    manager()->appDidObtainPermissionToAccessURL(newFile(u"Iceland.map"_s));
+    std::unique_ptr<HostManager> later;
+    {
+        const int free = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+        const ResourceLimit none(RLIMIT_NOFILE, static_cast<rlim_t>(free));
+        ::close(free);
+        later = nextLaunch();
+    }
+    EXPECT_EQ(records(later.get()).size(), 1);
+}
+
 TEST_F(SandboxStore, InAFolderThatIsMissingIsDoneWithout)
 {
     HostManager::store = QUrl::fromLocalFile(home.path() + u"/missing/Grants.store"_s);
@@ -309,7 +365,7 @@ TEST_F(SandboxStore, ThatIsLockedIsNotThrownAwayAndWhatIsNotSavedGoesOutLater)
     EXPECT_EQ(storedBookmarks().size(), 2U);
 }
 
-TEST_F(SandboxStore, ThatIsLockedLetsAGrantBeTakenBackInMemory)
+TEST_F(SandboxStore, ThatIsLockedLetsAGrantBeTakenBackForThisLaunch)
 {
     const QUrl file = newFile(u"Iceland.map"_s);
     manager()->appDidObtainPermissionToAccessURL(file);
@@ -323,6 +379,8 @@ TEST_F(SandboxStore, ThatIsLockedLetsAGrantBeTakenBackInMemory)
     EXPECT_EQ(count(log.text().toStdString(), "Error fetching unresolveable bookmarks: Error Domain="), 1);
     EXPECT_EQ(scope.stopped, QList<QUrl>{file});
     EXPECT_TRUE(manager()->appNeedsToObtainPermissionToAccessURL(file));
+    other.execute("ROLLBACK");
+    EXPECT_FALSE(nextLaunch()->appNeedsToObtainPermissionToAccessURL(file)) << "its record was not removed";
 }
 
 TEST_F(SandboxStore, WhoseDiskIsFullIsReadAndNotThrownAwayAndWhatIsNotSavedGoesOutLater)
@@ -338,8 +396,26 @@ TEST_F(SandboxStore, WhoseDiskIsFullIsReadAndNotThrownAwayAndWhatIsNotSavedGoesO
         EXPECT_FALSE(manager()->appNeedsToObtainPermissionToAccessURL(file));
     }
     EXPECT_EQ(storedBookmarks().size(), 1U);
-    EXPECT_TRUE(hostManager()->saveStoreFile());
+    NSError error(u"untouched"_s, 1);
+    EXPECT_TRUE(hostManager()->saveStoreFile(&error));
+    EXPECT_EQ(error.domain(), u"untouched"_s) << "only a failure sets it";
     EXPECT_EQ(storedBookmarks().size(), 2U);
+}
+
+TEST_F(SandboxStore, ThatCannotBeMadeOnAFullDiskIsDoneWithoutAndLeavesNoFile)
+{
+    const SmallDisk disk;
+    if (!disk.isThere())
+        GTEST_SKIP() << "this system lets nobody mount";
+    disk.fill();
+    HostManager::store = QUrl::fromLocalFile(disk.path() + u"/Grants.store"_s);
+    const QUrl file = newFile(u"Iceland.map"_s);
+    const CapturedStandardError log;
+    manager()->appDidObtainPermissionToAccessURL(file);
+    EXPECT_FALSE(manager()->appNeedsToObtainPermissionToAccessURL(file)) << "granted in this launch";
+    EXPECT_EQ(count(log.text().toStdString(), "] Unable to open secure bookmarks file at "), 1);
+    EXPECT_EQ(count(log.text().toStdString(), saveMessage), 1);
+    EXPECT_FALSE(QFile::exists(disk.path() + u"/Grants.store"_s));
 }
 
 TEST_F(SandboxStore, LosesAtASaveWhatCanNoLongerBeResolved)

@@ -1,23 +1,9 @@
 #include "Tests/Sandbox/SandboxTest.h"
 
-#include <Marblewick/NSManagedObjectContext.h>
-#include <Marblewick/NSManagedObjectModel.h>
-#include <Marblewick/NSPersistentStoreCoordinator.h>
+#include "Tests/Platform/CoreData/BookmarkStore.h"
 
 using namespace Qt::StringLiterals;
 using namespace Marblewick;
-
-namespace {
-
-QList<NSManagedObject *> allBookmarks(NSManagedObjectContext *context)
-{
-    NSError error;
-    const auto bookmarks = context->executeFetchRequest(NSFetchRequest(u"Bookmark"_s), &error);
-    EXPECT_TRUE(bookmarks) << qPrintable(error.description());
-    return bookmarks.value_or(QList<NSManagedObject *>());
-}
-
-} // namespace
 
 std::ostream &operator<<(std::ostream &out, const StoredBookmark &bookmark)
 {
@@ -45,16 +31,10 @@ QUrl SandboxTest::newFolder(const QString &name) const
 
 std::vector<StoredBookmark> SandboxTest::storedBookmarks() const
 {
-    const auto model = NSManagedObjectModel::initWithContentsOfURL(
-        QUrl(u"qrc:/Marblewick/SandboxPersistedBookmarks.momd"_s));
-    const auto coordinator = std::make_shared<NSPersistentStoreCoordinator>(model);
-    EXPECT_TRUE(coordinator->addPersistentStoreWithType(NSSQLiteStoreType, std::nullopt,
-                                                        QUrl::fromLocalFile(storePath()),
-                                                        {{NSReadOnlyPersistentStoreOption, true}}));
-    NSManagedObjectContext context(NSMainQueueConcurrencyType);
-    context.setPersistentStoreCoordinator(coordinator);
+    BookmarkStore store(storePath(), {{NSReadOnlyPersistentStoreOption, true}});
+    EXPECT_TRUE(store.isOpen()) << qPrintable(store.error().description());
     std::vector<StoredBookmark> bookmarks;
-    for (const NSManagedObject *const record : allBookmarks(&context)) {
+    for (const NSManagedObject *const record : store.bookmarks()) {
         bookmarks.push_back({NSURL::path(QUrl(record->value(u"urlString"_s).toString())).toStdString(),
                              record->value(u"isDirectory"_s).toBool(),
                              record->value(u"isReadOnly"_s).toBool()});
@@ -64,8 +44,12 @@ std::vector<StoredBookmark> SandboxTest::storedBookmarks() const
 
 QList<MBWSandboxPersistedBookmark *> SandboxTest::records(MBWSandboxManager *manager)
 {
+    NSError error;
+    const auto objects = manager->managedObjectContext()->executeFetchRequest(NSFetchRequest(u"Bookmark"_s),
+                                                                              &error);
+    EXPECT_TRUE(objects) << qPrintable(error.description());
     QList<MBWSandboxPersistedBookmark *> records;
-    for (NSManagedObject *const record : allBookmarks(manager->managedObjectContext()))
+    for (NSManagedObject *const record : objects.value_or(QList<NSManagedObject *>()))
         records.append(dynamic_cast<MBWSandboxPersistedBookmark *>(record));
     return records;
 }

@@ -11,6 +11,7 @@
 #include <QFileInfo>
 
 using namespace Qt::StringLiterals;
+using testing::HasSubstr;
 using testing::MatchesRegex;
 
 namespace {
@@ -94,6 +95,33 @@ TEST_F(MarblewickBookmarks, ListSaysWhyAStoreCannotBeReadAndLeavesItAsItIs)
     }
     EXPECT_FALSE(QFile::exists(filePath(u"missing"_s)));
     EXPECT_EQ(readFile(filePath(u"garbage"_s)), "no store");
+}
+
+TEST_F(MarblewickBookmarks, ListSaysThatASaveWasInterruptedAndLeavesThatToTheApplication)
+{
+    // Killed where SQLite, with a small cache, has written to the file before the end of its transaction.
+    manager();
+    run(u"sqlite3 store \"INSERT INTO Bookmark (data) VALUES (zeroblob(9000)), (zeroblob(9000))\""_s);
+    run(u"sqlite3 store 'PRAGMA cache_size = 1' 'BEGIN' 'UPDATE Bookmark SET data = zeroblob(9001)'"
+        u" '.shell kill -9 $PPID'; true"_s);
+    const QByteArray bytes = readFile(m_store);
+    const QByteArray journal = readFile(m_store + u"-journal"_s);
+    ASSERT_FALSE(journal.isEmpty());
+    const Result result = run(u"marblewick bookmarks list store"_s);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "");
+    EXPECT_THAT(result.errors, HasSubstr("marblewick: store: A save was interrupted, which the next opening "
+                                         "for writing takes back"));
+    EXPECT_EQ(readFile(m_store), bytes);
+    EXPECT_EQ(readFile(m_store + u"-journal"_s), journal);
+}
+
+TEST_F(MarblewickBookmarks, ListSaysThatTheFolderOfARelativePathIsGone)
+{
+    const Result result = run(u"mkdir gone && cd gone && rmdir ../gone && marblewick bookmarks list store"_s);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.errors, "marblewick: store: No such file or directory\n");
 }
 
 TEST_F(MarblewickBookmarks, ListEscapesControlCharactersSoThatAnItemIsALine)

@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <system_error>
 
 using namespace Qt::StringLiterals;
 using namespace Marblewick;
@@ -48,8 +49,13 @@ void printBookmark(const MBWSandboxPersistedBookmark &bookmark)
 
 bool listBookmarks(const std::string &fileName)
 {
-    const QString path = NSFileManager::stringWithFileSystemRepresentation(
-        std::filesystem::absolute(fileName).string());
+    std::error_code failure;
+    const std::filesystem::path absolute = std::filesystem::absolute(fileName, failure);
+    if (failure) {
+        complainAbout(fileName, QString::fromStdString(failure.message()));
+        return false;
+    }
+    const QString path = NSFileManager::stringWithFileSystemRepresentation(absolute.string());
     NSError error;
     const auto coordinator = std::make_shared<NSPersistentStoreCoordinator>(bookmarkModel());
     NSManagedObjectContext context(NSMainQueueConcurrencyType);

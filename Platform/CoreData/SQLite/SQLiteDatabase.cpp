@@ -18,12 +18,6 @@ bool isWantOfSpace(int systemError)
     return systemError == ENOSPC || systemError == EDQUOT || systemError == EFBIG;
 }
 
-/*! Whether opening a file failed for what is wrong with the process or the machine, not with the file. */
-bool mayPass(int systemError)
-{
-    return systemError == EMFILE || systemError == ENFILE || systemError == ENOMEM || systemError == EIO;
-}
-
 qint64 codeOf(sqlite3 *handle)
 {
     const int systemError = ::sqlite3_system_errno(handle);
@@ -73,8 +67,11 @@ QString sentence(qint64 code)
 
 [[noreturn]] void fail(sqlite3 *handle, qint64 code)
 {
-    throw StoreFailure{
-        code, u"%1 (SQLite: %2)."_s.arg(sentence(code), QString::fromUtf8(::sqlite3_errmsg(handle)))};
+    const bool isInterrupted = ::sqlite3_extended_errcode(handle) == SQLITE_READONLY_ROLLBACK;
+    const QString reason = isInterrupted
+                               ? u"A save was interrupted, which the next opening for writing takes back"_s
+                               : sentence(code);
+    throw StoreFailure{code, u"%1 (SQLite: %2)."_s.arg(reason, QString::fromUtf8(::sqlite3_errmsg(handle)))};
 }
 
 [[noreturn]] void fail(sqlite3 *handle) { fail(handle, codeOf(handle)); }
@@ -92,6 +89,25 @@ void distrustSchema(sqlite3 *handle)
 
 } // namespace
 
+qint64 codeOfRefusedOpening(int systemError)
+{
+    switch (systemError) {
+    case ENOSPC:
+    case EDQUOT:
+        return NSFileWriteOutOfSpaceError;
+    case EMFILE: // of the process
+    case ENFILE: // of the machine
+    case ENOMEM:
+    case EIO:
+    case ESTALE: // of a file system that is away
+    case ENOTCONN:
+    case ETIMEDOUT:
+        return NSPersistentStoreOperationError;
+    default:
+        return NSPersistentStoreOpenError;
+    }
+}
+
 SQLiteDatabase::SQLiteDatabase(const QByteArray &path, bool isReadOnly)
 {
     sqlite3 *handle = nullptr;
@@ -99,8 +115,7 @@ SQLiteDatabase::SQLiteDatabase(const QByteArray &path, bool isReadOnly)
     const int result = ::sqlite3_open_v2(path.constData(), &handle, access | SQLITE_OPEN_NOMUTEX, nullptr);
     m_handle.reset(handle);
     if (result != SQLITE_OK) {
-        const bool passes = !handle || mayPass(::sqlite3_system_errno(handle));
-        fail(handle, passes ? NSPersistentStoreOperationError : NSPersistentStoreOpenError);
+        fail(handle, codeOfRefusedOpening(handle ? ::sqlite3_system_errno(handle) : ENOMEM));
     }
     distrustSchema(handle);
     ::sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, maximumSize);

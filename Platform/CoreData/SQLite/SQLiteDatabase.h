@@ -11,6 +11,11 @@
 
 namespace Marblewick {
 
+/*! The code for a file that the system refused to open or to make: NSPersistentStoreOpenError only where that
+    says something against the file, and not against the process, the machine or the file system.
+*/
+qint64 codeOfRefusedOpening(int systemError);
+
 /*! A connection to an SQLite file that may be anyone's: its schema runs no code. What fails throws a
     StoreFailure. One thread.
 */
@@ -20,7 +25,7 @@ public:
     /*! Of a value, and of a record with all its values, in bytes. */
     static constexpr int maximumSize = 1024 * 1024;
 
-    /*! Opens a file that is there. The failure is NSPersistentStoreOpenError where that is refused. */
+    /*! Opens a file that is there. Where that is refused, codeOfRefusedOpening() is the failure's. */
     SQLiteDatabase(const QByteArray &path, bool isReadOnly);
 
     void execute(const QByteArray &sql);

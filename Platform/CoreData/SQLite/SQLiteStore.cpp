@@ -20,14 +20,16 @@ constexpr qint64 maximumStoreSize = 256 * 1024 * 1024;
 
 StoreFailure openFailure(int systemError)
 {
-    return {systemError == ENOSPC || systemError == EDQUOT ? NSFileWriteOutOfSpaceError
-                                                           : NSPersistentStoreOpenError,
+    return {codeOfRefusedOpening(systemError),
             u"The store cannot be opened (%1)."_s.arg(QString::fromLocal8Bit(std::strerror(systemError)))};
 }
 
 /*! Makes an empty file for the user alone where there is none, and says whether it did. */
-bool createFile(const QByteArray &path)
+bool createMissingFile(const QByteArray &path)
 {
+    struct stat status = {};
+    if (::stat(path.constData(), &status) == 0 || errno != ENOENT)
+        return false;
     const int file = ::open(path.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (file < 0 && errno != EEXIST)
         throw openFailure(errno);
@@ -36,21 +38,16 @@ bool createFile(const QByteArray &path)
     return file >= 0;
 }
 
-/*! Creates the file where that is allowed and it is missing. SQLite would also open a device. */
-bool ensureRegularFile(const QByteArray &path, bool mayCreate)
+/*! SQLite would also open a device, and takes a file of one byte for an empty one. */
+void checkFile(const QByteArray &path)
 {
     struct stat status = {};
-    if (::stat(path.constData(), &status) != 0) {
-        if (errno == ENOENT && mayCreate)
-            return createFile(path);
+    if (::stat(path.constData(), &status) != 0)
         throw openFailure(errno);
-    }
     if (!S_ISREG(status.st_mode))
         throw openFailure(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
-    // SQLite takes a file of one byte for an empty one.
     if (status.st_size == 1)
         throw StoreFailure{NSFileReadCorruptFileError, u"The file is damaged, or no store."_s};
-    return false;
 }
 
 /*! Whether a failure says nothing against the file: it may be a good store that cannot be used now. */
@@ -175,7 +172,7 @@ std::unique_ptr<SQLiteStore> SQLiteStore::open(const NSManagedObjectModel &model
 {
     bool isNew = false;
     try {
-        isNew = ensureRegularFile(path, !options.isReadOnly);
+        isNew = !options.isReadOnly && createMissingFile(path);
         auto store = std::make_unique<SQLiteStore>(model, path, options);
         store->prepare(isNew);
         return store;
@@ -210,8 +207,10 @@ void SQLiteStore::prepare(bool isNew)
 
 SQLiteDatabase &SQLiteStore::database()
 {
-    if (!m_database)
+    if (!m_database) {
+        checkFile(m_path);
         m_database.emplace(m_path, m_options.isReadOnly);
+    }
     return *m_database;
 }
 

@@ -86,6 +86,19 @@ TEST_F(NSPersistentStoreCoordinatorTest, CannotAddAStoreWithoutAFileURL)
     EXPECT_EQ(itemsInFolder(), QStringList());
 }
 
+TEST_F(NSPersistentStoreCoordinatorTest, NeitherAddsNorDestroysAStoreAtARelativePathOrOnAnotherMachine)
+{
+    writeFile(m_path, "precious");
+    ASSERT_TRUE(QDir::setCurrent(m_folder));
+    for (const QUrl &url : {QUrl(u"file:store"_s), QUrl(u"file://server"_s + m_path)}) {
+        EXPECT_EQ(codeOfAdding(url), NSPersistentStoreOpenError) << qPrintable(url.toString());
+        NSError error;
+        EXPECT_FALSE(NSPersistentStoreCoordinator::destroyPersistentStoreAtURL(url, &error));
+        EXPECT_EQ(error.code(), ENOENT) << qPrintable(url.toString());
+    }
+    EXPECT_EQ(readFile(m_path), "precious");
+}
+
 TEST_F(NSPersistentStoreCoordinatorTest, TellsWithTheErrorWhichFileItIsAbout)
 {
     writeFile(m_path, "no store");

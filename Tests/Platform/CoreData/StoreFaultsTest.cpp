@@ -14,7 +14,10 @@
 #include <QFileInfo>
 #include <QTest>
 
+#include <cerrno>
+#include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 
 using namespace Marblewick;
 using namespace Qt::StringLiterals;
@@ -76,6 +79,23 @@ private:
     QElapsedTimer m_timer;
 };
 
+QByteArray refusedPath;
+int refusal = 0;
+
+/*! Makes the system refuse to look at a path, from construction to destruction. */
+class RefusedStat
+{
+public:
+    RefusedStat(const QString &path, int systemError)
+    {
+        refusedPath = QFile::encodeName(path);
+        refusal = systemError;
+    }
+    ~RefusedStat() { refusal = 0; }
+    RefusedStat(const RefusedStat &) = delete;
+    RefusedStat &operator=(const RefusedStat &) = delete;
+};
+
 class FullDiskTest : public ::testing::Test
 {
 protected:
@@ -94,6 +114,22 @@ protected:
 };
 
 } // namespace
+
+// This stands in front of the system's function, as no file system can be taken away on demand.
+#pragma GCC visibility push(default)
+
+extern "C" int stat(const char *path, struct stat *status) noexcept
+{
+    if (refusal != 0 && path == refusedPath) {
+        errno = refusal;
+        return -1;
+    }
+    static const auto next = reinterpret_cast<int (*)(const char *, struct stat *)>(
+        ::dlsym(RTLD_NEXT, "stat"));
+    return next(path, status);
+}
+
+#pragma GCC visibility pop
 
 TEST_F(StoreFaultsTest, AnUnreadableStoreCannotBeOpenedAndIsLeftAsItIs)
 {
@@ -219,6 +255,42 @@ TEST_F(StoreFaultsTest, AProcessWithoutFileDescriptorsOpensTheStoreWhenItHasSome
     EXPECT_EQ(store->urlStrings(), QStringList{u"a"_s});
 }
 
+TEST_F(StoreFaultsTest, AProcessWithoutFileDescriptorsMakesNoStoreAndSaysNothingAgainstTheFile)
+{
+    BookmarkStore(m_path).urlStrings(); // loads the plugin
+    const int free = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const ResourceLimit none(RLIMIT_NOFILE, static_cast<rlim_t>(free));
+    ::close(free);
+    const BookmarkStore store(m_folder + u"/new"_s);
+    EXPECT_FALSE(store.isOpen());
+    EXPECT_EQ(store.error().code(), NSPersistentStoreOperationError);
+    EXPECT_FALSE(QFile::exists(m_folder + u"/new"_s));
+}
+
+TEST_F(StoreFaultsTest, AStoreOnAFileSystemThatIsAwayIsOpenedAndFetchedWhenThatIsBack)
+{
+    BookmarkStore(m_path).urlStrings(); // loads the plugin
+    for (const int systemError : {EIO, ENOMEM, ESTALE, ENOTCONN, ETIMEDOUT}) {
+        std::optional<BookmarkStore> store;
+        {
+            const RefusedStat away(m_path, systemError);
+            store.emplace(m_path);
+            EXPECT_TRUE(store->isOpen()) << systemError;
+            EXPECT_FALSE(store->canFetch());
+            EXPECT_EQ(store->error().code(), NSPersistentStoreOperationError);
+        }
+        EXPECT_EQ(store->urlStrings(), QStringList{u"a"_s}) << systemError;
+    }
+}
+
+TEST_F(StoreFaultsTest, AStoreThatMayNotBeLookedAtCannotBeOpened)
+{
+    const RefusedStat refused(m_path, EACCES);
+    const BookmarkStore store(m_path);
+    EXPECT_FALSE(store.isOpen());
+    EXPECT_EQ(store.error().code(), NSPersistentStoreOpenError);
+}
+
 TEST_F(StoreFaultsTest, AStoreThatIsDeletedWhileItIsOpenReportsThatToEachSave)
 {
     BookmarkStore store(m_path);
@@ -268,6 +340,8 @@ TEST_F(StoreFaultsTest, AnInterruptedSaveIsTakenBackButNotWhereTheStoreIsOnlyRea
     BookmarkStore reader(path, {{NSReadOnlyPersistentStoreOption, true}});
     EXPECT_FALSE(reader.canFetch());
     EXPECT_EQ(reader.error().code(), NSFileWriteNoPermissionError);
+    EXPECT_THAT(reader.error().localizedDescription().toStdString(),
+                HasSubstr("A save was interrupted, which the next opening for writing takes back"));
     EXPECT_EQ(readFile(path), contents);
 
     BookmarkStore store(path);
