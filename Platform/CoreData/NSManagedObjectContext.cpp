@@ -72,7 +72,8 @@ void NSManagedObjectContext::deleteObject(NSManagedObject *object)
 
 bool NSManagedObjectContext::hasChanges() const
 {
-    return !m_inserted.empty() || !m_deleted.empty()
+    return !m_inserted.empty()
+           || std::ranges::any_of(m_deleted, [](const auto &object) { return object->m_identifier != 0; })
            || std::ranges::any_of(m_stored, [](const auto &object) { return object->m_isUpdated; });
 }
 
@@ -115,8 +116,12 @@ void NSManagedObjectContext::adopt(std::vector<StoreRecord> &&records)
 
 void NSManagedObjectContext::retire(std::unique_ptr<NSManagedObject> object)
 {
-    // Callers may still hold it, as what they delete themselves.
-    (object->m_isUpdated ? m_stored : m_deleted).push_back(std::move(object));
+    if (object->m_isUpdated) {
+        m_stored.push_back(std::move(object));
+        return;
+    }
+    object->m_identifier = 0; // There is nothing left for a save to delete.
+    m_deleted.push_back(std::move(object)); // Callers may still hold it, as what they delete themselves.
 }
 
 bool NSManagedObjectContext::save(NSError *error)

@@ -3,6 +3,7 @@
 #include <Marblewick/MBWCrashReporter.h>
 
 #include "Tests/CrashReporter/CrashedHost.h"
+#include "Tests/Support/MountNamespace.h"
 #include "Tests/Support/UnprivilegedChild.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +14,6 @@
 #include <QJsonArray>
 
 #include <csignal>
-#include <sched.h>
 #include <sys/mount.h>
 #include <unistd.h>
 
@@ -181,10 +181,7 @@ TEST(MBWCrashLogWriter, AFileInThePlaceOfTheFolderStaysAsItIs)
 
 TEST(MBWCrashLogWriter, AFullDiskLeavesNothing)
 {
-    // A file system of the test's own, in a view of the file systems of the test's own.
-    const bool isOwnView = ::unshare(::geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) == 0
-                           && ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
-    if (!isOwnView)
+    if (!enterMountNamespace())
         GTEST_SKIP() << "this system lets nobody mount";
     const QTemporaryDir folder;
     ASSERT_EQ(::mount("full", qPrintable(folder.path()), "tmpfs", 0, "size=64k"), 0);

@@ -26,13 +26,15 @@ class SandboxStore : public SandboxTest
 {
 protected:
     /*! Grants a file, saves that, and damages the store. */
+    void makeStoreWithAGrant() const
+    {
+        BookmarkStore store(storePath());
+        store.insert(newFile(u"Iceland.map"_s).toString());
+        ASSERT_TRUE(store.save());
+    }
     void damageStoreWithAGrant(const QByteArray &contents) const
     {
-        {
-            BookmarkStore store(storePath());
-            store.insert(newFile(u"Iceland.map"_s).toString());
-            ASSERT_TRUE(store.save());
-        }
+        makeStoreWithAGrant();
         writeFile(storePath(), contents);
     }
     /*! The message of a store that cannot be opened, up to the error. */
@@ -144,6 +146,20 @@ TEST_F(SandboxStore, ThatIsDamagedIsThrownAwayAndMadeAfresh)
     EXPECT_EQ(count(log.text().toStdString(), openMessage()), 1);
     EXPECT_EQ(count(log.text().toStdString(), "\n"), 1) << log.text().toStdString();
     EXPECT_EQ(storedBookmarks(), std::vector<StoredBookmark>());
+    manager()->appDidObtainPermissionToAccessURL(url(u"Iceland.map"_s));
+    EXPECT_EQ(storedBookmarks().size(), 1U);
+}
+
+TEST_F(SandboxStore, ThatIsDamagedBehindItsHeaderIsThrownAwayAndMadeAfresh)
+{
+    makeStoreWithAGrant();
+    const QByteArray contents = readFile(storePath());
+    constexpr qsizetype pageSize = 4096;
+    ASSERT_GT(contents.size(), pageSize);
+    writeFile(storePath(), contents.left(pageSize) + QByteArray(contents.size() - pageSize, '\0'));
+    const CapturedStandardError log;
+    EXPECT_TRUE(manager()->appNeedsToObtainPermissionToAccessURL(url(u"Iceland.map"_s)));
+    EXPECT_EQ(count(log.text().toStdString(), openMessage()), 1);
     manager()->appDidObtainPermissionToAccessURL(url(u"Iceland.map"_s));
     EXPECT_EQ(storedBookmarks().size(), 1U);
 }

@@ -83,6 +83,14 @@ TEST_F(MarblewickBookmarks, ListOfAStoreWithoutGrantsIsEmpty)
     EXPECT_EQ(output(u"marblewick bookmarks list store"_s), "");
 }
 
+TEST_F(MarblewickBookmarks, ListTakesADocumentOfThePortalForFoundBecauseOnlyTheSandboxCanTell)
+{
+    const QUrl document(u"file:///run/flatpak/doc/0123abcd/Iceland.map"_s);
+    manager()->appDidObtainPermissionToAccessURL(document);
+    EXPECT_EQ(output(u"marblewick bookmarks list store"_s),
+              "found  file    read-write  /run/flatpak/doc/0123abcd/Iceland.map\n");
+}
+
 TEST_F(MarblewickBookmarks, ListSaysWhyAStoreCannotBeReadAndLeavesItAsItIs)
 {
     writeFile(filePath(u"garbage"_s), "no store");

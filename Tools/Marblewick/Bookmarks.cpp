@@ -83,7 +83,8 @@ void addBookmarksCommands(CLI::App *app, Action *action)
     bookmarks->require_subcommand(1);
 
     CLI::App *const list = bookmarks->add_subcommand(
-        "list", "Whether each item that was granted is found or lost, and how and where it was granted");
+        "list", "Whether each item that was granted is found or lost, and how and where it was granted; a "
+                "document of the portal counts as found, as only the sandbox can tell");
     const auto store = std::make_shared<std::string>();
     addFile(list, "STORE", "File in which an application keeps the grants; only read", store.get())
         ->required();

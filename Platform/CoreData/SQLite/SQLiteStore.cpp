@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -223,8 +224,11 @@ void SQLiteStore::checkLayout()
     if (version < m_model.version() && !m_options.isMigrating && !m_options.isReadOnly)
         throw StoreFailure{NSPersistentStoreIncompatibleVersionHashError,
                            u"The store has an older layout, %1."_s.arg(version)};
-    for (const NSEntityDescription &entity : m_model.entities())
-        selectStatement(database(), entity, version);
+    // Damage within the file shows only when it is read, and would be there at each later reading, too.
+    std::vector<StoreRecord> records;
+    readRecords(version, records);
+    m_readAhead = std::move(records);
+    m_dataVersion = database().integer("PRAGMA data_version");
 }
 
 void SQLiteStore::migrate()
@@ -250,15 +254,22 @@ PersistentStore::Reading SQLiteStore::readAll(std::vector<StoreRecord> &records)
 {
     const SQLiteTransaction transaction(database(), SQLiteTransaction::Kind::Reading);
     const qint64 dataVersion = database().integer("PRAGMA data_version");
-    if (m_dataVersion == dataVersion)
+    auto readAhead = std::exchange(m_readAhead, std::nullopt);
+    if (m_dataVersion == dataVersion && !readAhead)
         return Reading::Unchanged;
-    if (const int version = layoutVersion(database(), m_model); version != 0) {
-        RecordReader reader(database(), version, records);
-        for (const NSEntityDescription &entity : m_model.entities())
-            reader.read(entity);
-    }
+    if (m_dataVersion == dataVersion)
+        records = std::move(*readAhead);
+    else if (const int version = layoutVersion(database(), m_model); version != 0)
+        readRecords(version, records);
     m_dataVersion = dataVersion;
     return Reading::Read;
+}
+
+void SQLiteStore::readRecords(int storedVersion, std::vector<StoreRecord> &records)
+{
+    RecordReader reader(database(), storedVersion, records);
+    for (const NSEntityDescription &entity : m_model.entities())
+        reader.read(entity);
 }
 
 bool SQLiteStore::save(const std::vector<StoreRecord> &deleted, std::vector<StoreRecord> &written,
@@ -282,6 +293,8 @@ void SQLiteStore::saveAll(const std::vector<StoreRecord> &deleted, std::vector<S
     SQLiteTransaction transaction(database(), SQLiteTransaction::Kind::Writing);
     if (database().isMoved())
         throw StoreFailure{NSPersistentStoreSaveError, u"The file of the store was deleted or replaced."_s};
+    if (std::exchange(m_readAhead, std::nullopt))
+        m_dataVersion.reset(); // which does not tell of what is saved here
     bringUpToDate(database(), m_model);
     for (const NSEntityDescription &entity : m_model.entities()) {
         deleteRecords(database(), entity, deleted);

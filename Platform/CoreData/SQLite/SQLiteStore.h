@@ -29,6 +29,7 @@ private:
     SQLiteDatabase &database();
 
     Reading readAll(std::vector<StoreRecord> &records);
+    void readRecords(int storedVersion, std::vector<StoreRecord> &records);
     void saveAll(const std::vector<StoreRecord> &deleted, std::vector<StoreRecord> &written);
 
     const NSManagedObjectModel &m_model;
@@ -36,6 +37,7 @@ private:
     const StoreOptions m_options;
     std::optional<SQLiteDatabase> m_database;
     std::optional<qint64> m_dataVersion; // SQLite's, of what was read last
+    std::optional<std::vector<StoreRecord>> m_readAhead; // at the opening, for the first read()
 };
 
 } // namespace Marblewick

@@ -21,7 +21,8 @@ QByteArray pathInHome(const Bookmark &bookmark, const QByteArray &homeFolder)
 }
 
 /*! Whether programs save such an item by putting a new one in its place. They do that with files, and with
-   packages, which are folders whose names have an extension; a folder without one is its own self only.
+    packages, which are folders whose names have an extension. A folder without one is looked for under other
+    names first.
 */
 bool isSavedByReplacement(quint32 kind, const QByteArray &path)
 {

@@ -200,6 +200,38 @@ TEST_F(NSManagedObjectContextTest, TakesOverWhatAnotherProcessChangedUnlessItIsC
     EXPECT_EQ(second->value(u"isReadOnly"_s), QVariant(false));
 }
 
+TEST_F(NSManagedObjectContextTest, WhatAnotherProcessDeletedLeavesNothingToSave)
+{
+    m_store.insert(u"a"_s);
+    ASSERT_TRUE(m_store.save());
+    OtherConnection(m_path).execute("DELETE FROM Bookmark");
+    EXPECT_EQ(m_store.urlStrings(), QStringList());
+    EXPECT_FALSE(m_context.hasChanges());
+    const QByteArray before = readFile(m_path);
+    EXPECT_TRUE(m_store.save());
+    EXPECT_EQ(readFile(m_path), before);
+}
+
+TEST_F(NSManagedObjectContextTest, FetchesWhatWasSavedBeforeItsFirstFetch)
+{
+    m_store.insert(u"a"_s);
+    ASSERT_TRUE(m_store.save());
+    BookmarkStore again(m_path);
+    NSManagedObject *const second = again.insert(u"b"_s);
+    ASSERT_TRUE(again.save());
+    EXPECT_EQ(again.urlStrings(), (QStringList{u"a"_s, u"b"_s}));
+    EXPECT_EQ(again.bookmarks().last(), second);
+}
+
+TEST_F(NSManagedObjectContextTest, FetchesWhatAnotherProcessChangedBeforeItsFirstFetch)
+{
+    m_store.insert(u"a"_s);
+    ASSERT_TRUE(m_store.save());
+    BookmarkStore again(m_path);
+    OtherConnection(m_path).execute("UPDATE Bookmark SET urlString = 'theirs'");
+    EXPECT_EQ(again.urlStrings(), QStringList{u"theirs"_s});
+}
+
 TEST_F(NSManagedObjectContextTest, ATransientValueOutlivesWhatAnotherProcessChanged)
 {
     NSManagedObject *const bookmark = m_store.insert(u"a"_s);

@@ -1,20 +1,18 @@
 #include "Tests/Platform/CoreData/SmallDisk.h"
 
+#include "Tests/Support/MountNamespace.h"
+
 #include <gtest/gtest.h>
 
 #include <QFile>
 
-#include <sched.h>
 #include <sys/mount.h>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
 SmallDisk::SmallDisk()
 {
-    m_isThere = ::unshare(::geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) == 0
-                && ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0
-                && ::mount("small", qPrintable(path()), "tmpfs", 0, "size=256k") == 0;
+    m_isThere = enterMountNamespace() && ::mount("small", qPrintable(path()), "tmpfs", 0, "size=256k") == 0;
     m_folder.setAutoRemove(false);
 }
 

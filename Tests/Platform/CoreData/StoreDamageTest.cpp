@@ -28,6 +28,15 @@ protected:
         EXPECT_TRUE(store.save());
         return readFile(m_path);
     }
+    /*! Where in the file of goodStore() the first page of the table is. */
+    qsizetype placeOfTable() const
+    {
+        return (OtherConnection(m_path)
+                    .result("SELECT rootpage FROM sqlite_schema WHERE name = 'Bookmark'")
+                    .toLongLong()
+                - 1)
+               * pageSize;
+    }
     /*! That a file cannot be opened, for this reason, and is left as it is. */
     void expectRefusal(const QByteArray &contents, qint64 code, const std::string &what) const
     {
@@ -180,26 +189,28 @@ TEST_F(StoreDamageTest, AStoreThatHoldsMoreThanAProcessShouldTakeInIsNotRead)
     EXPECT_EQ(store.error().localizedDescription(), u"The store is too large to be read."_s);
 }
 
-TEST_F(StoreDamageTest, ATableWhosePagesReferToEachOtherInCirclesIsNotRead)
+TEST_F(StoreDamageTest, AStoreWithAnErasedPageIsRefused)
+{
+    const QByteArray good = goodStore();
+    const qsizetype place = placeOfTable();
+    for (qsizetype page : {place, place + 2 * pageSize})
+        expectRefusal(QByteArray(good).replace(page, pageSize, QByteArray(pageSize, '\0')),
+                      NSFileReadCorruptFileError, "page at " + std::to_string(page));
+}
+
+TEST_F(StoreDamageTest, ATableWhosePagesReferToEachOtherInCirclesIsRefused)
 {
     QByteArray contents = goodStore();
-    const qsizetype page = OtherConnection(m_path)
-                               .result("SELECT rootpage FROM sqlite_schema WHERE name = 'Bookmark'")
-                               .toLongLong();
     // An inner page of a table: its type, the number of its cells in bytes 3 and 4, and from byte 12 on where
     // in the page each begins, with the number of the page below.
-    char *const root = contents.data() + (page - 1) * pageSize;
+    char *const root = contents.data() + placeOfTable();
     ASSERT_EQ(root[0], 5);
     const auto number = [root](qsizetype offset) {
         return static_cast<quint8>(root[offset]) * 256 + static_cast<quint8>(root[offset + 1]);
     };
     ASSERT_GT(number(3), 2);
     std::copy_n(root + number(12), 4, root + number(14));
-    writeFile(m_path, contents);
-
-    BookmarkStore store(m_path);
-    EXPECT_FALSE(store.canFetch());
-    EXPECT_EQ(store.error().code(), NSFileReadCorruptFileError);
+    expectRefusal(contents, NSFileReadCorruptFileError, "circles");
 }
 
 TEST_F(StoreDamageTest, AChangedByteIsSurvived)

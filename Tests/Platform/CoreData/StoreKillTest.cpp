@@ -6,6 +6,7 @@
 
 #include <QFile>
 #include <QSet>
+#include <QTest>
 
 #include <random>
 #include <unistd.h>
@@ -48,14 +49,20 @@ TEST(StoreKill, AtAnyMomentLeavesAStoreWithEverythingWhoseSaveHadReturned)
             saved = round % 10 == 1 ? QStringList{u"old"_s} : QStringList();
 
         ChildProgram host({QStringLiteral(SAVING_HOST), path, QString::number(firstNumber)});
+        if (round % 2 == 1) {
+            EXPECT_TRUE(QTest::qWaitFor([&] { return host.output().contains('\n'); }, 20'000))
+                << "it has saved";
+        }
         ::usleep(static_cast<useconds_t>(random() % 60'000)); // a moment of no one's choice
         host.kill();
         ASSERT_EQ(host.exitStatus(), -1) << host.output().constData();
         saved += lines(host.output());
         firstNumber += 100'000;
 
-        if (!QFile::exists(path))
-            continue; // killed before it made the file
+        if (!QFile::exists(path)) {
+            ASSERT_EQ(saved, QStringList()) << "killed before it made the file";
+            continue;
+        }
         BookmarkStore store(path);
         ASSERT_TRUE(store.isOpen()) << qPrintable(store.error().description());
         ASSERT_EQ(OtherConnection(path).result("PRAGMA integrity_check"), "ok");

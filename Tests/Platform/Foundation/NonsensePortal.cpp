@@ -1,3 +1,5 @@
+#include "Tests/Support/MountNamespace.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -6,7 +8,6 @@
 #include <fcntl.h>
 #include <fstream>
 #include <linux/fuse.h>
-#include <sched.h>
 #include <string>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -22,20 +23,6 @@ void require(bool condition, const char *what)
         std::perror(what);
         std::exit(1);
     }
-}
-
-/*! From now on what this process mounts is seen by itself and what it starts, and goes with them. */
-void leaveMounts()
-{
-    const std::string user = std::to_string(::getuid());
-    const std::string group = std::to_string(::getgid());
-    if (::unshare(CLONE_NEWNS) != 0) {
-        require(::unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0, "unshare");
-        std::ofstream("/proc/self/setgroups") << "deny";
-        std::ofstream("/proc/self/uid_map") << user + ' ' + user + " 1";
-        std::ofstream("/proc/self/gid_map") << group + ' ' + group + " 1";
-    }
-    require(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "private mounts");
 }
 
 /*! Shows a file system of this process's at a folder; the descriptor of its requests. */
@@ -122,7 +109,7 @@ void serve(int requests, Answer answer, std::ofstream log)
 int main(int argc, char **argv)
 {
     require(argc > 4, "arguments");
-    leaveMounts();
+    require(enterMountNamespace(), "mount namespace");
     const Answer answer = answerNamed(argv[1]);
     const int requests = show(argv[3]);
     std::thread(serve, requests, answer, std::ofstream(argv[2])).detach();
