@@ -9,13 +9,16 @@ using namespace Marblewick;
 
 namespace {
 
-/*! The place of a URL among those of its path; the end of these where it is not there. */
+/*! The place of a URL among those of its path; where it is not there, the end of these. */
 template <typename URLsByPath>
 auto find(URLsByPath &urls, const QUrl &url, const QString &path)
 {
-    const auto [first, last] = urls.equal_range(path);
-    const auto place = std::find_if(first, last, [&](const auto &entry) { return entry.second == url; });
-    return std::pair(place, place != last);
+    auto place = urls.lower_bound(path);
+    for (; place != urls.end() && place->first == path; ++place) {
+        if (place->second == url)
+            return std::pair(place, true);
+    }
+    return std::pair(place, false);
 }
 
 } // namespace
